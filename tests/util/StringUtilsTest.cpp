@@ -1,0 +1,69 @@
+#include "util/StringUtils.h"
+
+#include <cstring>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+using util::StringUtils;
+
+TEST(StringUtilsTest, TablesHoldTheirCharacters) {
+    EXPECT_EQ(StringUtils::HEXTAB(), "0123456789ABCDEF");
+    EXPECT_EQ(StringUtils::HEXCHARS(), "0123456789ABCDEFabcdef");
+    EXPECT_EQ(StringUtils::HEXCHARS_W(), L"0123456789ABCDEFabcdef");
+    EXPECT_EQ(StringUtils::ALPHACHARS().size(), 52u);
+    EXPECT_EQ(StringUtils::DIGITS_W(), L"0123456789");
+    EXPECT_TRUE(StringUtils::EMPTY_STRING().empty());
+}
+
+TEST(StringUtilsTest, Utf8ConversionRoundTripsAndSkipsWhatCannotBeEncoded) {
+    const std::wstring wide = L"a\u00e9\u20ac\U0001F600";
+    const std::string utf8 = StringUtils::toUTF8FromUTF32(wide);
+    EXPECT_EQ(utf8, "a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80");
+    EXPECT_EQ(StringUtils::toUTF32FromUTF8(utf8), wide);
+
+    std::wstring withSurrogate = L"ab";
+    withSurrogate.insert(1, 1, static_cast<wchar_t>(0xD800));
+    EXPECT_EQ(StringUtils::toUTF8FromUTF32(withSurrogate), "ab");
+
+    EXPECT_EQ(StringUtils::toUTF32FromUTF8("x\xff\xfey"), L"xy");
+
+    std::unique_ptr<wchar_t[]> array(StringUtils::toUTF32FromUTF8Array("\xc3\xa9t\xc3\xa9"));
+    EXPECT_EQ(std::wcscmp(array.get(), L"\u00e9t\u00e9"), 0);
+}
+
+TEST(StringUtilsTest, NarrowWideByCodeUnit) {
+    EXPECT_EQ(StringUtils::toOSWideFromOSNarrow("a\xe9"), std::wstring(L"a\u00e9"));
+    EXPECT_EQ(StringUtils::toOSNarrowFromOSWide(L"a\u0141"), std::string("a\x41"));
+}
+
+TEST(StringUtilsTest, CopyToCallerBufferTruncatesTerminatesAndReportsTheNeededSize) {
+    char buf[8];
+    std::memset(buf, 'x', sizeof buf);
+    size_t size = 2;
+    StringUtils::copyStringToCStr("abc", buf, &size);
+    EXPECT_EQ(size, 4u);
+    EXPECT_EQ(buf[0], 'a');
+    EXPECT_EQ(buf[1], '\0');
+    EXPECT_EQ(buf[2], 'x');
+
+    size = 0;
+    StringUtils::copyStringToCStr("abc", nullptr, &size);
+    EXPECT_EQ(size, 4u);
+
+    size = sizeof buf;
+    StringUtils::copyStringToCStr("abc", buf, &size);
+    EXPECT_STREQ(buf, "abc");
+    EXPECT_EQ(size, 4u);
+}
+
+TEST(StringUtilsTest, SmallHelpers) {
+    EXPECT_EQ(StringUtils::toHex(10), "0A");
+    EXPECT_EQ(StringUtils::toHex(0xF3), "F3");
+    EXPECT_EQ(StringUtils::removeChars("0x1fG", StringUtils::HEXCHARS()), "xG");
+    EXPECT_EQ(StringUtils::removeChars(std::wstring(L"a-b-c"), std::wstring(L"-")), L"abc");
+    EXPECT_EQ(StringUtils::count("a.b.c.", '.'), 3u);
+    EXPECT_EQ(StringUtils::parseHex("ff"), 255u);
+    EXPECT_EQ(StringUtils::parseHex("DEADBEEF"), 0xDEADBEEFu);
+    EXPECT_EQ(StringUtils::parseHex("zz"), 0u);
+}
