@@ -1,0 +1,214 @@
+#include "rulefileinfo/RuleFileInfoImpl.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::string EMPTY_XML = "<rulefileinfo><attributes></attributes><rules></rules>"
+                              "<annotations>\n</annotations>\n</rulefileinfo>";
+
+void setArgument(AnnotationArgumentImpl& arg, int32_t type, const wchar_t* key, double f,
+                 const wchar_t* s = L"", bool b = false) {
+    arg.type = type;
+    arg.key = key;
+    arg.floatValue = f;
+    arg.strValue = s;
+    arg.boolValue = b;
+}
+
+// One attribute with an annotated value range, one rule with two parameters, one file annotation.
+std::unique_ptr<RuleFileInfoImpl> smallInfo() {
+    auto info = std::make_unique<RuleFileInfoImpl>();
+    info->setNumAttributes(1);
+    EntryImpl& height = info->attributes[0];
+    height.returnType = kov::VT_FLOAT;
+    height.name = L"height";
+    height.setNumAnnotations(1);
+    height.annotations[0].name = L"$Range";
+    height.annotations[0].setNumArguments(2);
+    setArgument(height.annotations[0].arguments[0], kov::VT_FLOAT, L"min", 0.5);
+    setArgument(height.annotations[0].arguments[1], kov::VT_FLOAT, L"max", 100);
+
+    info->setNumRules(1);
+    EntryImpl& lot = info->rules[0];
+    lot.returnType = kov::VT_VOID;
+    lot.name = L"Lot";
+    lot.setNumParameters(2);
+    lot.parameters[0].type = kov::VT_STR;
+    lot.parameters[0].name = L"label";
+    lot.parameters[1].type = kov::VT_INT;
+    lot.parameters[1].name = L"n";
+    lot.setNumAnnotations(1);
+    lot.annotations[0].name = L"_$RULE";
+
+    info->setNumAnnotations(1);
+    info->annotations[0].name = L"$Info";
+    info->annotations[0].setNumArguments(2);
+    setArgument(info->annotations[0].arguments[0], kov::VT_STR, L"k&\"", 0, L"a<b&\"'>");
+    setArgument(info->annotations[0].arguments[1], kov::VT_BOOL, L"", 0, L"", true);
+    return info;
+}
+
+const std::string SMALL_XML =
+    "<rulefileinfo><attributes>"
+    "<entry returntype=\"float\" name=\"height\"><parameters></parameters><annotations>\n"
+    "<annotation name=\"$Range\"><arguments>"
+    "<argument type=\"float\" key=\"min\" value=\"0.5\"/>"
+    "<argument type=\"float\" key=\"max\" value=\"100\"/>"
+    "</arguments></annotation></annotations>\n</entry>"
+    "</attributes><rules>"
+    "<entry returntype=\"void\" name=\"Lot\"><parameters>"
+    "<parameter type=\"str\" name=\"label\"><annotations>\n</annotations>\n</parameter>"
+    "<parameter type=\"?\" name=\"n\"><annotations>\n</annotations>\n</parameter>"
+    "</parameters><annotations>\n"
+    "<annotation name=\"_$RULE\"><arguments></arguments></annotation></annotations>\n</entry>"
+    "</rules><annotations>\n"
+    "<annotation name=\"$Info\"><arguments>"
+    "<argument type=\"str\" key=\"k&\"\" value=\"a&lt;b&amp;&quot;&apos;&gt;\"/>"
+    "<argument type=\"bool\" value=\"true\"/>"
+    "</arguments></annotation></annotations>\n</rulefileinfo>";
+
+std::string argumentXML(int32_t type, double f) {
+    AnnotationArgumentImpl arg;
+    setArgument(arg, type, L"", f);
+    return arg.toXMLString();
+}
+
+} // namespace
+
+TEST(RuleFileInfoTest, EmptyInfoWritesOnlyTheWrappers) {
+    RuleFileInfoImpl info;
+    EXPECT_EQ(info.toXMLString(), EMPTY_XML);
+    EXPECT_EQ(info.getNumAttributes() + info.getNumRules() + info.getNumAnnotations(), 0u);
+    EXPECT_EQ(info.getRule(0), nullptr);
+}
+
+TEST(RuleFileInfoTest, SmallInfoMatchesItsTextAndGetters) {
+    auto info = smallInfo();
+    EXPECT_EQ(info->toXMLString(), SMALL_XML);
+
+    const kov::RuleFileInfo& api = *info;
+    ASSERT_EQ(api.getNumRules(), 1u);
+    const kov::RuleFileInfo::Entry* lot = api.getRule(0);
+    EXPECT_EQ(lot->getReturnType(), kov::VT_VOID);
+    EXPECT_EQ(lot->getParameter(1)->getType(), kov::VT_INT);
+    EXPECT_STREQ(lot->getParameter(0)->getName(), L"label");
+    EXPECT_EQ(lot->getParameter(2), nullptr);
+    const kov::AnnotationArgument* arg = api.getAnnotation(0)->getArgument(1);
+    EXPECT_TRUE(arg->getBool());
+    EXPECT_STREQ(arg->getKey(), L"");
+    EXPECT_STREQ(arg->getStr(), L"");
+    EXPECT_STREQ(api.getAttribute(0)->getAnnotation(0)->getName(), L"$Range");
+}
+
+TEST(RuleFileInfoTest, ArgumentTypeNamesAndValueForms) {
+    EXPECT_EQ(argumentXML(kov::VT_VOID, 1), "<argument type=\"void\" value=\"?\"/>");
+    EXPECT_EQ(argumentXML(kov::VT_INT, 1), "<argument type=\"?\" value=\"?\"/>");
+    EXPECT_EQ(argumentXML(kov::VT_UNKNOWN, 1), "<argument type=\"?\" value=\"?\"/>");
+    EXPECT_EQ(argumentXML(-3, 1), "<argument type=\"?\" value=\"?\"/>");
+    EXPECT_EQ(argumentXML(kov::VT_FLOAT, 3), "<argument type=\"float\" value=\"3\"/>");
+    EXPECT_EQ(argumentXML(kov::VT_FLOAT, 1e-7), "<argument type=\"float\" value=\"1e-07\"/>");
+    EXPECT_EQ(argumentXML(kov::VT_FLOAT, 1234567), "<argument type=\"float\" value=\"1.23457e+06\"/>");
+
+    EntryImpl entry;
+    EXPECT_EQ(entry.toXMLString(), "<entry returntype=\"?\" name=\"\"><parameters></parameters>"
+                                   "<annotations>\n</annotations>\n</entry>");
+    EXPECT_EQ(entry.order, std::numeric_limits<double>::max());
+}
+
+TEST(RuleFileInfoTest, NonAsciiTextIsWrittenAsUtf8) {
+    AnnotationImpl annotation;
+    annotation.name = L"\u00c4rger";
+    annotation.setNumArguments(1);
+    setArgument(annotation.arguments[0], kov::VT_STR, L"\u20ac", 0, L"\U0001F600");
+    EXPECT_EQ(annotation.toXMLString(),
+              "<annotation name=\"\xc3\x84rger\"><arguments>"
+              "<argument type=\"str\" key=\"\xe2\x82\xac\" value=\"\xf0\x9f\x98\x80\"/>"
+              "</arguments></annotation>");
+
+    // Through the public interface, into a buffer of exactly the needed size.
+    const kov::Object& object = annotation.arguments[0];
+    char buf[64];
+    size_t size = 0;
+    object.toXML(buf, &size);
+    ASSERT_LE(size, sizeof buf);
+    object.toXML(buf, &size);
+    EXPECT_EQ(std::string(buf), annotation.arguments[0].toXMLString());
+}
+
+TEST(RuleFileInfoTest, ToXMLCopiesOutByTheSizeProtocol) {
+    RuleFileInfoImpl info;
+    const size_t needed = EMPTY_XML.size() + 1;
+    char buf[128];
+    std::memset(buf, 'x', sizeof buf);
+    size_t size = 0;
+    kov::Status stat = kov::STATUS_UNSPECIFIED_ERROR;
+    EXPECT_EQ(info.toXML(buf, &size, &stat), buf);
+    EXPECT_EQ(size, needed);
+    EXPECT_EQ(stat, kov::STATUS_OK);
+    EXPECT_EQ(buf[0], 'x');
+
+    size = needed;
+    info.toXML(buf, &size);
+    EXPECT_EQ(std::string(buf), EMPTY_XML);
+    EXPECT_EQ(size, needed);
+
+    size = needed - 1;
+    info.toXML(buf, &size, nullptr);
+    EXPECT_EQ(std::string(buf), EMPTY_XML.substr(0, EMPTY_XML.size() - 1));
+    EXPECT_EQ(size, needed);
+
+    EXPECT_EQ(info.toXML(buf, nullptr, &stat), buf);
+    EXPECT_EQ(stat, kov::STATUS_ILLEGAL_ARGUMENT);
+    size = 4;
+    info.toXML(nullptr, &size, &stat);
+    EXPECT_EQ(stat, kov::STATUS_ILLEGAL_ARGUMENT);
+    EXPECT_EQ(size, needed);
+}
+
+TEST(RuleFileInfoTest, CloneIsDeepButDropsTheSortKeys) {
+    auto source = smallInfo();
+    source->rules[0].order = 5;
+    source->rules[0].groupOrder = 2;
+    source->rules[0].group = L"AB";
+    std::unique_ptr<RuleFileInfoImpl> copy(source->clone());
+
+    EXPECT_EQ(copy->toXMLString(), SMALL_XML);
+    EXPECT_EQ(copy->rules[0].order, std::numeric_limits<double>::max());
+    EXPECT_EQ(copy->rules[0].groupOrder, std::numeric_limits<double>::max());
+    EXPECT_TRUE(copy->rules[0].group.empty());
+
+    copy->rules[0].parameters[0].name = L"changed";
+    copy->annotations[0].arguments[0].strValue = L"changed";
+    copy->attributes[0].setNumAnnotations(0);
+    EXPECT_EQ(source->toXMLString(), SMALL_XML);
+    source.reset();
+    EXPECT_STREQ(copy->rules[0].parameters[0].getName(), L"changed");
+    EXPECT_STREQ(copy->getAnnotation(0)->getArgument(0)->getStr(), L"changed");
+}
+
+TEST(RuleFileInfoTest, EntriesSortAsDeepCopiesWithTheirSortKeys) {
+    auto info = smallInfo();
+    info->setNumRules(3);
+    for (size_t i = 0; i < 3; ++i) {
+        info->rules[i].name = std::wstring(1, static_cast<wchar_t>(L'c' - i));
+        info->rules[i].order = static_cast<double>(i);
+        info->rules[i].setNumParameters(i);
+    }
+    EntryImpl kept = info->rules[2];
+    std::sort(info->rules, info->rules + 3,
+              [](const EntryImpl& a, const EntryImpl& b) { return a.name < b.name; });
+    EXPECT_STREQ(info->rules[0].getName(), L"a");
+    EXPECT_EQ(info->rules[0].order, 2.0);
+    EXPECT_EQ(info->rules[0].getNumParameters(), 2u);
+    EXPECT_EQ(info->rules[2].getNumParameters(), 0u);
+
+    info->rules[0].parameters[0].name = L"p";
+    EXPECT_TRUE(kept.parameters[0].name.empty());
+}
