@@ -12,7 +12,7 @@ Encoder::~Encoder() = default;
 StreamAdaptor::~StreamAdaptor() = default;
 
 ExtensionManager::ExtensionManager() = default;
-ExtensionManager::~ExtensionManager() = default;
+ExtensionManager::~ExtensionManager() noexcept(false) = default;
 
 std::wstring Extension::toString(kov::ContentType ct) {
     switch (ct) {

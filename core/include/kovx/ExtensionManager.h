@@ -13,7 +13,8 @@ namespace kovx {
 class KOV_CORE_API ExtensionManager {
 public:
     ExtensionManager();
-    virtual ~ExtensionManager();
+    /// May throw: the loader lets an unregistration failure of a plug-in escape.
+    virtual ~ExtensionManager() noexcept(false);
 
     /// Registers factory under its id; the manager owns it from now on.
     virtual void addFactory(ExtensionFactory* factory) = 0;
