@@ -48,6 +48,9 @@ ExtensionManagerImpl::~ExtensionManagerImpl() noexcept(false) {
     for (auto& entry : mFactories)
         delete entry.second;
     mFactories.clear();
+    // Released in path order: clear() alone would go by the shape of the tree.
+    for (auto& entry : mLibraries)
+        entry.second.reset();
     mLibraries.clear();
     if (failure)
         std::rethrow_exception(failure);

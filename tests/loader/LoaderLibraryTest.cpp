@@ -1,0 +1,61 @@
+// What the core does: load the built library, enter it through init, use and destroy the manager.
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "LogCapture.h"
+#include "kovx/ExtensionManager.h"
+
+TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
+    kovtest::LogCapture log;
+    void* library = dlopen(KOVTEST_LOADER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    auto init = reinterpret_cast<KovLoaderInit>(dlsym(library, "init"));
+    ASSERT_NE(init, nullptr);
+    // Only init is exported.
+    EXPECT_EQ(dlsym(library, "_ZN6loader20ExtensionManagerImplC1Ev"), nullptr);
+    EXPECT_EQ(dlsym(library, "_ZN4util11StringUtils16toUTF8FromUTF32ERKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE"),
+              nullptr);
+
+    kovx::ExtensionManager* manager = init(nullptr);
+    const wchar_t* paths[] = {L"" KOVTEST_EXTENSION_DIR, L"" KOVTEST_FULL_PLUGIN};
+    manager->loadExtensions(paths, 2);
+    {
+        kovx::DecoderPtr decoder = manager->createMatchingDecoder(kov::CT_RULEFILE,
+                                                                  kovx::URIPtr(new kovx::URI("a.tkb")));
+        EXPECT_EQ(decoder->getExtensionType(), kovx::Extension::ET_DECODER);
+
+        // The file-system adaptor plug-in reads a file through a file: URI...
+        const std::string file = testing::TempDir() + "kov-loader-test.bin";
+        std::ofstream(file, std::ios::binary) << std::string("kov\0data\r\n", 10);
+        kovx::StreamAdaptorPtr adaptor =
+            manager->createStreamAdaptor(kovx::URIPtr(new kovx::URI("file://" + file)));
+        auto stream = adaptor->openInput(kovx::URIPtr(new kovx::URI("file://" + file)));
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*stream), {}), std::string("kov\0data\r\n", 10));
+        std::remove(file.c_str());
+
+        // ...names the path and the reason when it cannot...
+        try {
+            adaptor->openInput(kovx::URIPtr(new kovx::URI("/nonexistent/a.tkb")));
+            ADD_FAILURE() << "opened a missing file";
+        } catch (const std::runtime_error& e) {
+            EXPECT_EQ(std::string(e.what()), "cannot open '/nonexistent/a.tkb': No such file or directory");
+        }
+        EXPECT_THROW(adaptor->openInput(kovx::URIPtr(new kovx::URI(testing::TempDir()))), std::runtime_error);
+
+        // ...and leaves the test scheme to the test plug-in's adaptor.
+        auto test = manager->createStreamAdaptor(kovx::URIPtr(new kovx::URI("test:x")));
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*test->openInput(kovx::URIPtr(new kovx::URI("test:x")))), {}),
+                  "test:x");
+    }
+    EXPECT_NO_THROW(delete manager);
+    EXPECT_EQ(dlclose(library), 0);
+    for (const auto& message : log.messages())
+        EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
+}

@@ -1,0 +1,159 @@
+// Plug-in loading with real shared objects: what the scan logs, and the order of the teardown.
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "LogCapture.h"
+#include "loader/ExtensionManagerImpl.h"
+
+namespace {
+
+const std::string PLUGIN_DIR = KOVTEST_PLUGIN_DIR;
+const std::string FULL_PLUGIN = KOVTEST_FULL_PLUGIN;
+const std::string NESTED_PLUGIN = KOVTEST_NESTED_PLUGIN;
+
+std::vector<std::string> events;
+void recordEvent(const char* event) { events.push_back(event); }
+
+// A handle of the test's own on a test plug-in, to reach its knobs. While it is open, the
+// manager's dlclose does not unload the plug-in.
+class PluginProbe {
+public:
+    explicit PluginProbe(const std::string& path) : mHandle(dlopen(path.c_str(), RTLD_NOW)) {
+        if (!mHandle)
+            throw std::runtime_error(dlerror());
+        call<void (*)(void (*)(const char*))>("kovtest_setRecorder")(&recordEvent);
+    }
+    ~PluginProbe() { close(); }
+    void close() {
+        if (mHandle)
+            dlclose(mHandle);
+        mHandle = nullptr;
+    }
+    size_t liveFactories() { return call<size_t (*)()>("kovtest_liveFactories")(); }
+    void deleteLiveFactories() { call<void (*)()>("kovtest_deleteLiveFactories")(); }
+
+private:
+    template <typename F> F call(const char* name) { return reinterpret_cast<F>(dlsym(mHandle, name)); }
+    void* mHandle;
+};
+
+bool startsWith(const std::string& text, const std::string& prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// Removes the one message of that level that equals text (or starts with it, for texts that end
+// in the dynamic loader's own words); false if there is none.
+bool take(std::vector<std::pair<kov::LogLevel, std::string>>& messages, kov::LogLevel level,
+          const std::string& text, bool prefixOnly = false) {
+    auto it = std::find_if(messages.begin(), messages.end(), [&](const auto& m) {
+        return m.first == level && (prefixOnly ? startsWith(m.second, text) : m.second == text);
+    });
+    if (it == messages.end())
+        return false;
+    messages.erase(it);
+    return true;
+}
+
+std::string listed(const std::string& id, const char* meritAndDescription) {
+    return "    " + id + std::string(45 - id.size(), ' ') + " " + meritAndDescription;
+}
+
+} // namespace
+
+TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
+    kovtest::LogCapture log;
+    auto* manager = new loader::ExtensionManagerImpl();
+    std::wstring dir(PLUGIN_DIR.begin(), PLUGIN_DIR.end());
+    const wchar_t* paths[] = {dir.c_str(), L"/nonexistent/kov-plugins"};
+    manager->loadExtensions(paths, 2);
+
+    // The directory order is the file system's: compare the scan's messages as a set.
+    auto messages = log.messages();
+    const std::string bad = PLUGIN_DIR + "/not-a-library.so";
+    EXPECT_TRUE(take(messages, kov::LOG_ERROR,
+                     "failed to load library: error while loading library '" + bad + "': " + bad, true));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load library not-a-library.so"));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load or register an extension from " +
+                                                     PLUGIN_DIR + "/notes.txt, ignoring."));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load or register an extension from " +
+                                                     PLUGIN_DIR + "/libkovtest_full.so.1, ignoring."));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register extensions from '" + PLUGIN_DIR +
+                         "/libkovtest_noregister.so' due to exception: error while loading function "
+                         "'registerExtensionFactories': ",
+                     true));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register extensions from '" + PLUGIN_DIR +
+                         "/libkovtest_throwing.so' due to exception: registration refused"));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register extensions from '" + PLUGIN_DIR +
+                         "/libkovtest_throwing_unknown.so' due to unknown exception."));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "Invalid plugin path: '/nonexistent/kov-plugins'"));
+
+    // What is left is the listing: the top-level plug-in's factories, not the nested one's.
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.front().second, "Available Extensions:");
+    for (const auto& message : messages) {
+        EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
+        EXPECT_EQ(message.second.find("test.nested."), std::string::npos);
+    }
+    auto adaptor = std::find(messages.begin(), messages.end(),
+                             std::make_pair(kov::LOG_INFO, listed("test.plugin.Adaptor", "(2.0) test adaptor")));
+    ASSERT_GE(messages.end() - adaptor, 3);
+    EXPECT_EQ((adaptor + 1)->second, listed("test.plugin.Decoder", "(3.0) test decoder"));
+    EXPECT_EQ((adaptor + 2)->second, listed("test.plugin.Encoder", "(1.0) test encoder"));
+
+    // The library that never opened stays in the map, and its unregister lookup fails on purpose.
+    try {
+        delete manager;
+        ADD_FAILURE() << "the manager's teardown did not throw";
+    } catch (const std::runtime_error& e) {
+        EXPECT_TRUE(startsWith(e.what(), "error while loading function 'unregisterExtensionFactories': "))
+            << e.what();
+    }
+}
+
+TEST(PluginScanTest, TeardownUnregistersAllThenDeletesFactoriesThenUnloads) {
+    events.clear();
+    {
+        PluginProbe full(FULL_PLUGIN);
+        PluginProbe nested(NESTED_PLUGIN);
+        loader::ExtensionManagerImpl manager;
+        manager.loadExtensionLibrary(NESTED_PLUGIN);
+        manager.loadExtensionLibrary(FULL_PLUGIN);
+        full.close();
+        nested.close();
+    }
+    // Libraries in path order, factories in id order.
+    std::vector<std::string> expected = {
+        "register test.nested.",       "register test.plugin.",
+        "unregister test.plugin.",     "unregister test.nested.",
+        "delete test.nested.Adaptor",  "delete test.nested.Decoder",
+        "delete test.nested.Encoder",  "delete test.plugin.Adaptor",
+        "delete test.plugin.Decoder",  "delete test.plugin.Encoder",
+        "unload test.plugin.",         "unload test.nested.",
+    };
+    EXPECT_EQ(events, expected);
+}
+
+TEST(PluginScanTest, LoadingAPathTwiceRegistersTwiceButKeepsOneLibrary) {
+    events.clear();
+    PluginProbe probe(FULL_PLUGIN);
+    {
+        loader::ExtensionManagerImpl manager;
+        manager.loadExtensionLibrary(FULL_PLUGIN);
+        manager.loadExtensionLibrary(FULL_PLUGIN);
+        EXPECT_EQ(probe.liveFactories(), 6u);
+    }
+    EXPECT_EQ(std::count(events.begin(), events.end(), "register test.plugin."), 2);
+    EXPECT_EQ(std::count(events.begin(), events.end(), "unregister test.plugin."), 1);
+    // The three factories that the second registration replaced were never deleted.
+    EXPECT_EQ(probe.liveFactories(), 3u);
+    probe.deleteLiveFactories();
+}
