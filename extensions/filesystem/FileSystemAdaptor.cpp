@@ -21,10 +21,11 @@ boost::shared_ptr<std::istream> FileSystemAdaptor::openInput(const kovx::URIPtr&
         throw std::runtime_error("cannot open '" + path + "': " + std::strerror(EISDIR));
 
     errno = 0;
-    boost::shared_ptr<std::ifstream> stream(new std::ifstream(path, std::ios::in | std::ios::binary));
+    boost::shared_ptr<std::ifstream> stream(
+        new std::ifstream(path, std::ios::in | std::ios::binary));
     if (!stream->is_open())
-        throw std::runtime_error("cannot open '" + path + "': " +
-                                 (errno ? std::strerror(errno) : "unknown error"));
+        throw std::runtime_error("cannot open '" + path +
+                                 "': " + (errno ? std::strerror(errno) : "unknown error"));
     return stream;
 }
 

@@ -23,7 +23,8 @@ ExtensionLibrary::ExtensionLibrary(const std::string& path) : mPath(path) {
     try {
         mHandle = dlopen(mPath.c_str(), RTLD_NOW);
         if (!mHandle)
-            throw std::runtime_error("error while loading library '" + mPath + "': " + lastLoaderError());
+            throw std::runtime_error("error while loading library '" + mPath +
+                                     "': " + lastLoaderError());
     } catch (const std::exception& e) {
         kovx::LogFormatter(kov::LOG_ERROR, "failed to load library: ", e);
     }
@@ -49,13 +50,14 @@ void* ExtensionLibrary::lookup(const char* name) const {
     // unregister, and normally fails here.
     void* symbol = dlsym(mHandle, name);
     if (!symbol)
-        throw std::runtime_error(std::string("error while loading function '") + name + "': " +
-                                 lastLoaderError());
+        throw std::runtime_error(std::string("error while loading function '") + name +
+                                 "': " + lastLoaderError());
     return symbol;
 }
 
 void ExtensionLibrary::registerFactories(kovx::ExtensionManager* manager) {
-    auto entry = reinterpret_cast<KovRegisterExtensionFactories>(lookup("registerExtensionFactories"));
+    auto entry =
+        reinterpret_cast<KovRegisterExtensionFactories>(lookup("registerExtensionFactories"));
     entry(manager);
 }
 

@@ -19,9 +19,11 @@ public:
     ExtensionLibrary(const ExtensionLibrary&) = delete;
     ExtensionLibrary& operator=(const ExtensionLibrary&) = delete;
 
-    /// Calls the library's registerExtensionFactories; throws std::runtime_error when it is missing.
+    /// Calls the library's registerExtensionFactories; throws std::runtime_error when it is
+    /// missing.
     void registerFactories(kovx::ExtensionManager* manager);
-    /// Calls the library's unregisterExtensionFactories; throws std::runtime_error when it is missing.
+    /// Calls the library's unregisterExtensionFactories; throws std::runtime_error when it is
+    /// missing.
     void unregisterFactories(kovx::ExtensionManager* manager);
 
     const std::string& getPath() const { return mPath; }

@@ -26,7 +26,9 @@ namespace {
 
 const float LOWEST_MERIT = std::numeric_limits<float>::lowest();
 
-std::string uriText(const kovx::URIPtr& uri) { return uri ? uri->str() : std::string(); }
+std::string uriText(const kovx::URIPtr& uri) {
+    return uri ? uri->str() : std::string();
+}
 
 } // namespace
 
@@ -88,8 +90,8 @@ void ExtensionManagerImpl::listDecoderIds(wchar_t* result, size_t* resultSize) c
 
 kovx::EncoderInfoPtr ExtensionManagerImpl::createEncoderInfo(const std::wstring& id) const {
     auto it = mFactories.find(id);
-    auto* factory = it == mFactories.end() ? nullptr
-                                           : dynamic_cast<kovx::EncoderFactory*>(it->second);
+    auto* factory =
+        it == mFactories.end() ? nullptr : dynamic_cast<kovx::EncoderFactory*>(it->second);
     if (!factory)
         throw kovx::StatusException(kov::STATUS_ENCODER_NOT_AVAILABLE);
     return factory->createEncoderInfo();
@@ -203,8 +205,8 @@ kovx::StreamAdaptorPtr ExtensionManagerImpl::createStreamAdaptor(kovx::URIPtr ur
 
     const kovx::ExtensionFactory* chosen = best ? best : fallback;
     if (!chosen)
-        throw std::invalid_argument("could not find an adaptor which can handle the scheme or uri: '" +
-                                    uriText(uri) + "'");
+        throw std::invalid_argument(
+            "could not find an adaptor which can handle the scheme or uri: '" + uriText(uri) + "'");
     kovx::Extension* extension = chosen->create();
     auto* adaptor = dynamic_cast<kovx::StreamAdaptor*>(extension);
     if (!adaptor) {
@@ -214,11 +216,10 @@ kovx::StreamAdaptorPtr ExtensionManagerImpl::createStreamAdaptor(kovx::URIPtr ur
                 (boost::format("Resolving URI '%s': could not create adaptor '%s'") % uriText(uri) %
                  util::StringUtils::toUTF8FromUTF32(best->getID()))
                     .str());
-        throw std::runtime_error(
-            (boost::format("Resolving URI '%s': could not create fallback "
-                           "'com.velmor.kov.adaptors.FileSystemAdaptor'") %
-             uriText(uri))
-                .str());
+        throw std::runtime_error((boost::format("Resolving URI '%s': could not create fallback "
+                                                "'com.velmor.kov.adaptors.FileSystemAdaptor'") %
+                                  uriText(uri))
+                                     .str());
     }
     return kovx::StreamAdaptorPtr(adaptor);
 }
@@ -276,7 +277,8 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
     fs::path file(path);
     if (file.extension() != ".so") {
         kovx::LogFormatterW(kov::LOG_WARNING,
-                            L"failed to load or register an extension from %s, ignoring.") % path;
+                            L"failed to load or register an extension from %s, ignoring.") %
+            path;
         return;
     }
     try {
@@ -295,8 +297,9 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             L"failed to load or register extensions from '%s' due to exception: %s") %
             path % e.what();
     } catch (...) {
-        kovx::LogFormatterW(kov::LOG_WARNING,
-                            L"failed to load or register extensions from '%s' due to unknown exception.") %
+        kovx::LogFormatterW(
+            kov::LOG_WARNING,
+            L"failed to load or register extensions from '%s' due to unknown exception.") %
             path;
     }
 }

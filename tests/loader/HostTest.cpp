@@ -27,7 +27,8 @@ std::string slurp(const std::string& path) {
 KovRun kov(const std::string& arguments) {
     const std::string out = testing::TempDir() + "kov-host-test.out";
     const std::string err = testing::TempDir() + "kov-host-test.err";
-    std::string command = "'" KOVTEST_KOV_EXECUTABLE "' " + arguments + " >'" + out + "' 2>'" + err + "'";
+    std::string command =
+        "'" KOVTEST_KOV_EXECUTABLE "' " + arguments + " >'" + out + "' 2>'" + err + "'";
     int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
 }
@@ -45,7 +46,8 @@ TEST(KovHostTest, ExtensionsListsTheDefaultAndTheGivenPlugins) {
     EXPECT_TRUE(contains(run.out, "    com.velmor.kov.adaptors.FileSystemAdaptor "));
     EXPECT_TRUE(contains(run.out, "    test.plugin.Decoder "));
     // Plug-in problems are warnings on standard error, never part of the listing.
-    EXPECT_TRUE(contains(run.err, "kov: warning: failed to load library not-a-library.so\n")) << run.err;
+    EXPECT_TRUE(contains(run.err, "kov: warning: failed to load library not-a-library.so\n"))
+        << run.err;
     EXPECT_FALSE(contains(run.out, "not-a-library"));
 }
 

@@ -20,15 +20,16 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
     ASSERT_NE(init, nullptr);
     // Only init is exported.
     EXPECT_EQ(dlsym(library, "_ZN6loader20ExtensionManagerImplC1Ev"), nullptr);
-    EXPECT_EQ(dlsym(library, "_ZN4util11StringUtils16toUTF8FromUTF32ERKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE"),
+    EXPECT_EQ(dlsym(library, "_ZN4util11StringUtils16toUTF8FromUTF32ERKNSt7__cxx1112basic_"
+                             "stringIwSt11char_traitsIwESaIwEEE"),
               nullptr);
 
     kovx::ExtensionManager* manager = init(nullptr);
     const wchar_t* paths[] = {L"" KOVTEST_EXTENSION_DIR, L"" KOVTEST_FULL_PLUGIN};
     manager->loadExtensions(paths, 2);
     {
-        kovx::DecoderPtr decoder = manager->createMatchingDecoder(kov::CT_RULEFILE,
-                                                                  kovx::URIPtr(new kovx::URI("a.tkb")));
+        kovx::DecoderPtr decoder =
+            manager->createMatchingDecoder(kov::CT_RULEFILE, kovx::URIPtr(new kovx::URI("a.tkb")));
         EXPECT_EQ(decoder->getExtensionType(), kovx::Extension::ET_DECODER);
 
         // The file-system adaptor plug-in reads a file through a file: URI...
@@ -37,7 +38,8 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
         kovx::StreamAdaptorPtr adaptor =
             manager->createStreamAdaptor(kovx::URIPtr(new kovx::URI("file://" + file)));
         auto stream = adaptor->openInput(kovx::URIPtr(new kovx::URI("file://" + file)));
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*stream), {}), std::string("kov\0data\r\n", 10));
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*stream), {}),
+                  std::string("kov\0data\r\n", 10));
         std::remove(file.c_str());
 
         // ...names the path and the reason when it cannot...
@@ -45,13 +47,17 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
             adaptor->openInput(kovx::URIPtr(new kovx::URI("/nonexistent/a.tkb")));
             ADD_FAILURE() << "opened a missing file";
         } catch (const std::runtime_error& e) {
-            EXPECT_EQ(std::string(e.what()), "cannot open '/nonexistent/a.tkb': No such file or directory");
+            EXPECT_EQ(std::string(e.what()),
+                      "cannot open '/nonexistent/a.tkb': No such file or directory");
         }
-        EXPECT_THROW(adaptor->openInput(kovx::URIPtr(new kovx::URI(testing::TempDir()))), std::runtime_error);
+        EXPECT_THROW(adaptor->openInput(kovx::URIPtr(new kovx::URI(testing::TempDir()))),
+                     std::runtime_error);
 
         // ...and leaves the test scheme to the test plug-in's adaptor.
         auto test = manager->createStreamAdaptor(kovx::URIPtr(new kovx::URI("test:x")));
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(*test->openInput(kovx::URIPtr(new kovx::URI("test:x")))), {}),
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(
+                                  *test->openInput(kovx::URIPtr(new kovx::URI("test:x")))),
+                              {}),
                   "test:x");
     }
     EXPECT_NO_THROW(delete manager);

@@ -18,7 +18,9 @@ const std::string FULL_PLUGIN = KOVTEST_FULL_PLUGIN;
 const std::string NESTED_PLUGIN = KOVTEST_NESTED_PLUGIN;
 
 std::vector<std::string> events;
-void recordEvent(const char* event) { events.push_back(event); }
+void recordEvent(const char* event) {
+    events.push_back(event);
+}
 
 // A handle of the test's own on a test plug-in, to reach its knobs. While it is open, the
 // manager's dlclose does not unload the plug-in.
@@ -39,7 +41,9 @@ public:
     void deleteLiveFactories() { call<void (*)()>("kovtest_deleteLiveFactories")(); }
 
 private:
-    template <typename F> F call(const char* name) { return reinterpret_cast<F>(dlsym(mHandle, name)); }
+    template <typename F> F call(const char* name) {
+        return reinterpret_cast<F>(dlsym(mHandle, name));
+    }
     void* mHandle;
 };
 
@@ -77,24 +81,29 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
     auto messages = log.messages();
     const std::string bad = PLUGIN_DIR + "/not-a-library.so";
     EXPECT_TRUE(take(messages, kov::LOG_ERROR,
-                     "failed to load library: error while loading library '" + bad + "': " + bad, true));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load library not-a-library.so"));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load or register an extension from " +
-                                                     PLUGIN_DIR + "/notes.txt, ignoring."));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load or register an extension from " +
-                                                     PLUGIN_DIR + "/libkovtest_full.so.1, ignoring."));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
-                     "failed to load or register extensions from '" + PLUGIN_DIR +
-                         "/libkovtest_noregister.so' due to exception: error while loading function "
-                         "'registerExtensionFactories': ",
+                     "failed to load library: error while loading library '" + bad + "': " + bad,
                      true));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load library not-a-library.so"));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register an extension from " + PLUGIN_DIR +
+                         "/notes.txt, ignoring."));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register an extension from " + PLUGIN_DIR +
+                         "/libkovtest_full.so.1, ignoring."));
+    EXPECT_TRUE(
+        take(messages, kov::LOG_WARNING,
+             "failed to load or register extensions from '" + PLUGIN_DIR +
+                 "/libkovtest_noregister.so' due to exception: error while loading function "
+                 "'registerExtensionFactories': ",
+             true));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING,
                      "failed to load or register extensions from '" + PLUGIN_DIR +
                          "/libkovtest_throwing.so' due to exception: registration refused"));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING,
                      "failed to load or register extensions from '" + PLUGIN_DIR +
                          "/libkovtest_throwing_unknown.so' due to unknown exception."));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING, "Invalid plugin path: '/nonexistent/kov-plugins'"));
+    EXPECT_TRUE(
+        take(messages, kov::LOG_WARNING, "Invalid plugin path: '/nonexistent/kov-plugins'"));
 
     // What is left is the listing: the top-level plug-in's factories, not the nested one's.
     ASSERT_FALSE(messages.empty());
@@ -103,8 +112,9 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
         EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
         EXPECT_EQ(message.second.find("test.nested."), std::string::npos);
     }
-    auto adaptor = std::find(messages.begin(), messages.end(),
-                             std::make_pair(kov::LOG_INFO, listed("test.plugin.Adaptor", "(2.0) test adaptor")));
+    auto adaptor = std::find(
+        messages.begin(), messages.end(),
+        std::make_pair(kov::LOG_INFO, listed("test.plugin.Adaptor", "(2.0) test adaptor")));
     ASSERT_GE(messages.end() - adaptor, 3);
     EXPECT_EQ((adaptor + 1)->second, listed("test.plugin.Decoder", "(3.0) test decoder"));
     EXPECT_EQ((adaptor + 2)->second, listed("test.plugin.Encoder", "(1.0) test encoder"));
@@ -114,7 +124,8 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
         delete manager;
         ADD_FAILURE() << "the manager's teardown did not throw";
     } catch (const std::runtime_error& e) {
-        EXPECT_TRUE(startsWith(e.what(), "error while loading function 'unregisterExtensionFactories': "))
+        EXPECT_TRUE(
+            startsWith(e.what(), "error while loading function 'unregisterExtensionFactories': "))
             << e.what();
     }
 }
@@ -132,12 +143,10 @@ TEST(PluginScanTest, TeardownUnregistersAllThenDeletesFactoriesThenUnloads) {
     }
     // Libraries in path order, factories in id order.
     std::vector<std::string> expected = {
-        "register test.nested.",       "register test.plugin.",
-        "unregister test.plugin.",     "unregister test.nested.",
-        "delete test.nested.Adaptor",  "delete test.nested.Decoder",
-        "delete test.nested.Encoder",  "delete test.plugin.Adaptor",
-        "delete test.plugin.Decoder",  "delete test.plugin.Encoder",
-        "unload test.plugin.",         "unload test.nested.",
+        "register test.nested.",      "register test.plugin.",      "unregister test.plugin.",
+        "unregister test.nested.",    "delete test.nested.Adaptor", "delete test.nested.Decoder",
+        "delete test.nested.Encoder", "delete test.plugin.Adaptor", "delete test.plugin.Decoder",
+        "delete test.plugin.Encoder", "unload test.plugin.",        "unload test.nested.",
     };
     EXPECT_EQ(events, expected);
 }

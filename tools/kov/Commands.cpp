@@ -6,8 +6,8 @@ namespace kovhost {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all = {
-        {"extensions", "", "list the extensions that were loaded, with merit and description",
-         0, 0, &listExtensions},
+        {"extensions", "", "list the extensions that were loaded, with merit and description", 0, 0,
+         &listExtensions},
     };
     return all;
 }
@@ -16,7 +16,8 @@ void Command::checkArguments(const std::vector<std::string>& args) const {
     if (args.size() >= minArgs && args.size() <= maxArgs)
         return;
     if (maxArgs == 0)
-        throw UsageError("'" + std::string(name) + "' takes no arguments, got '" + args.front() + "'");
+        throw UsageError("'" + std::string(name) + "' takes no arguments, got '" + args.front() +
+                         "'");
     throw UsageError("usage: kov " + std::string(name) + " " + arguments);
 }
 

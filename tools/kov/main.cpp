@@ -30,14 +30,12 @@ void printUsage(std::ostream& out, const po::options_description& options) {
 
 int run(int argc, char** argv) {
     po::options_description options("Options");
-    options.add_options()
-        ("help,h", "show this help and exit")
-        ("plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
-         "also load extensions from PATH, a directory or a .so file (repeatable)");
+    options.add_options()("help,h", "show this help and exit")(
+        "plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
+        "also load extensions from PATH, a directory or a .so file (repeatable)");
     po::options_description positionals;
-    positionals.add_options()
-        ("command", po::value<std::string>())
-        ("args", po::value<std::vector<std::string>>());
+    positionals.add_options()("command", po::value<std::string>())(
+        "args", po::value<std::vector<std::string>>());
     po::options_description all;
     all.add(options).add(positionals);
     po::positional_options_description order;

@@ -22,7 +22,9 @@ void record(const std::string& event) {
         recorder(event.c_str());
 }
 
-std::wstring wide(const std::string& s) { return std::wstring(s.begin(), s.end()); }
+std::wstring wide(const std::string& s) {
+    return std::wstring(s.begin(), s.end());
+}
 
 // Every factory of this library, whether the manager still holds it or not.
 class Tracked {
@@ -80,7 +82,9 @@ class TestEncoderFactory : public kovx::EncoderFactory, public Tracked {
 public:
     TestEncoderFactory() : Tracked(KOVTEST_PREFIX "Encoder") {}
     kovx::Extension* create() const override { return nullptr; }
-    kovx::Extension* create(const kov::AttributeMap*, void*) const override { return new TestEncoder(); }
+    kovx::Extension* create(const kov::AttributeMap*, void*) const override {
+        return new TestEncoder();
+    }
     const std::wstring& getID() const override { return mId; }
     const std::wstring& getName() const override { return mId; }
     const std::wstring& getDescription() const override { return mDescription; }
@@ -138,9 +142,13 @@ KOVTEST_EXPORT void unregisterExtensionFactories(kovx::ExtensionManager*) {
     record("unregister " KOVTEST_PREFIX);
 }
 
-KOVTEST_EXPORT void kovtest_setRecorder(Recorder r) { recorder = r; }
+KOVTEST_EXPORT void kovtest_setRecorder(Recorder r) {
+    recorder = r;
+}
 
-KOVTEST_EXPORT size_t kovtest_liveFactories() { return Tracked::live().size(); }
+KOVTEST_EXPORT size_t kovtest_liveFactories() {
+    return Tracked::live().size();
+}
 
 KOVTEST_EXPORT void kovtest_deleteLiveFactories() {
     while (!Tracked::live().empty())

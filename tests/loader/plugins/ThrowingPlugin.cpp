@@ -4,8 +4,8 @@
 
 #include "kovx/ExtensionManager.h"
 
-extern "C" __attribute__((visibility("default"))) void registerExtensionFactories(
-    kovx::ExtensionManager*) {
+extern "C" __attribute__((visibility("default"))) void
+registerExtensionFactories(kovx::ExtensionManager*) {
 #ifdef KOVTEST_THROW_UNKNOWN
     throw 42;
 #else
@@ -13,5 +13,5 @@ extern "C" __attribute__((visibility("default"))) void registerExtensionFactorie
 #endif
 }
 
-extern "C" __attribute__((visibility("default"))) void unregisterExtensionFactories(
-    kovx::ExtensionManager*) {}
+extern "C" __attribute__((visibility("default"))) void
+unregisterExtensionFactories(kovx::ExtensionManager*) {}
