@@ -36,14 +36,20 @@ ExtensionManagerImpl::ExtensionManagerImpl() = default;
 
 ExtensionManagerImpl::~ExtensionManagerImpl() noexcept(false) {
     // The first unregister failure is raised, but only after every library had its turn and the
-    // factories are gone, so that the failure leaks nothing.
+    // factories are gone, so that the failure leaks nothing. It is kept as a copy of its text: an
+    // exception object of a plug-in must not outlive the plug-in's code.
     std::exception_ptr failure;
     for (auto& entry : mLibraries) {
         try {
             entry.second->unregisterFactories(this);
+        } catch (const std::exception& e) {
+            if (!failure)
+                failure = std::make_exception_ptr(std::runtime_error(e.what()));
         } catch (...) {
             if (!failure)
-                failure = std::current_exception();
+                failure = std::make_exception_ptr(std::runtime_error(
+                    "unknown exception while unregistering the extensions of '" + entry.first +
+                    "'"));
         }
     }
     // Factories die while the code of their libraries is still loaded.
