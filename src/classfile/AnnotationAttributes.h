@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "classfile/AnnotationInfo.h"
+#include "classfile/Attribute.h"
+
+namespace classfile {
+
+/// Shared part of the visible and invisible annotation attributes: a counted list of annotations.
+class AttributeRuntimeAnnotations : public Attribute {
+public:
+    void print(std::ostream& os) const override;
+
+    uint16_t num_annotations;
+    std::vector<std::unique_ptr<AnnotationInfo>> annotations;
+
+protected:
+    AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in, const ConstantPool& pool,
+                                uint16_t index, uint32_t length);
+};
+
+class AttributeRuntimeVisibleAnnotations : public AttributeRuntimeAnnotations {
+public:
+    AttributeRuntimeVisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
+                                       uint32_t length);
+};
+
+class AttributeRuntimeInvisibleAnnotations : public AttributeRuntimeAnnotations {
+public:
+    AttributeRuntimeInvisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
+                                         uint32_t length);
+};
+
+/// The annotations of one method parameter.
+struct ParameterAnnotations {
+    uint16_t num_annotations = 0;
+    std::vector<std::unique_ptr<AnnotationInfo>> annotations;
+};
+
+/// Shared part of the two parameter annotation attributes: a u1 parameter count, then per parameter
+/// a counted list of annotations.
+class AttributeRuntimeParameterAnnotations : public Attribute {
+public:
+    void print(std::ostream& os) const override;
+
+    uint8_t num_parameters;
+    std::vector<ParameterAnnotations> parameter_annotations;
+
+protected:
+    AttributeRuntimeParameterAnnotations(AttributeKind kind, ByteStream& in,
+                                         const ConstantPool& pool, uint16_t index, uint32_t length);
+};
+
+class AttributeRuntimeVisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
+public:
+    AttributeRuntimeVisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
+                                                uint16_t index, uint32_t length);
+};
+
+class AttributeRuntimeInvisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
+public:
+    AttributeRuntimeInvisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
+                                                  uint16_t index, uint32_t length);
+};
+
+} // namespace classfile

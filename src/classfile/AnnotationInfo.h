@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <vector>
+
+namespace classfile {
+
+class ByteStream;
+class ConstantPool;
+class ElementValue;
+
+/// Nesting of annotations and arrays beyond this many levels is refused.
+constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
+
+/// One annotation: its type and its named element values.
+class AnnotationInfo {
+public:
+    /// depth counts the enclosing annotations and arrays.
+    AnnotationInfo(ByteStream& in, const ConstantPool& pool, unsigned depth = 0);
+    virtual ~AnnotationInfo();
+    AnnotationInfo(const AnnotationInfo&) = delete;
+    AnnotationInfo& operator=(const AnnotationInfo&) = delete;
+
+    void print(std::ostream& os) const;
+
+    /// Not owned.
+    const ConstantPool* pool;
+    /// Pool index of the type descriptor (a Utf8 entry in a well-formed file).
+    uint16_t type_index;
+    uint16_t num_element_value_pairs;
+    std::vector<std::unique_ptr<ElementValue>> element_value_pairs;
+};
+
+/// One element value; named when read as a member of an annotation's pairs.
+class ElementValue {
+public:
+    /// An unrecognised tag ends the value right after the tag byte, without an error.
+    ElementValue(const ConstantPool& pool, ByteStream& in, bool named, unsigned depth = 0);
+    virtual ~ElementValue();
+    ElementValue(const ElementValue&) = delete;
+    ElementValue& operator=(const ElementValue&) = delete;
+
+    void print(std::ostream& os) const;
+
+    /// Not owned.
+    const ConstantPool* pool;
+    bool named;
+    uint16_t element_name_index = 0;
+    /// 'B', 'C', 'D', 'F', 'I', 'J', 'S', 'Z', 's', 'e', 'c', '@' or '['.
+    uint8_t tag = 0;
+    uint16_t const_value_index = 0;
+    uint16_t type_name_index = 0;
+    uint16_t const_name_index = 0;
+    uint16_t class_info_index = 0;
+    /// Tag '@'.
+    std::unique_ptr<AnnotationInfo> annotation_value;
+    /// Tag '['.
+    uint16_t num_values = 0;
+    std::vector<std::unique_ptr<ElementValue>> values;
+};
+
+} // namespace classfile

@@ -1,0 +1,85 @@
+#include "classfile/Attribute.h"
+
+#include "classfile/AnnotationAttributes.h"
+#include "classfile/AttributeCode.h"
+#include "classfile/AttributeStackMap.h"
+#include "classfile/ByteStream.h"
+#include "classfile/ConstantPool.h"
+#include "classfile/SimpleAttributes.h"
+#include "classfile/TableAttributes.h"
+
+namespace classfile {
+
+namespace {
+
+// Keeps end-of-input messages short when a damaged file names its attribute with a long text.
+std::string shortName(const std::string& name) {
+    constexpr size_t MAX_SHOWN = 64;
+    return name.size() <= MAX_SHOWN ? name : name.substr(0, MAX_SHOWN) + "...";
+}
+
+std::unique_ptr<Attribute> readKind(const std::string& name, ByteStream& in, uint16_t index,
+                                    uint32_t length, ConstantPool& pool) {
+    if (name == "Code")
+        return std::make_unique<AttributeCode>(in, pool, index, length);
+    if (name == "ConstantValue")
+        return std::make_unique<AttributeConstantValue>(in, pool, index);
+    if (name == "Exceptions")
+        return std::make_unique<AttributeExceptions>(in, pool, index, length);
+    if (name == "InnerClasses")
+        return std::make_unique<AttributeInnerClasses>(in, pool, index, length);
+    if (name == "Synthetic")
+        return std::make_unique<AttributeSynthetic>(pool, index);
+    if (name == "SourceFile")
+        return std::make_unique<AttributeSourceFile>(in, pool, index);
+    if (name == "LineNumberTable")
+        return std::make_unique<AttributeLineNumberTable>(in, pool, index, length);
+    if (name == "LocalVariableTable")
+        return std::make_unique<AttributeLocalVariableTable>(in, pool, index, length);
+    if (name == "Deprecated")
+        return std::make_unique<AttributeDeprecated>(pool, index);
+    if (name == "StackMap")
+        return std::make_unique<AttributeStackMap>(in, pool, index, length);
+    if (name == "RuntimeVisibleAnnotations")
+        return std::make_unique<AttributeRuntimeVisibleAnnotations>(in, pool, index, length);
+    if (name == "RuntimeInvisibleAnnotations")
+        return std::make_unique<AttributeRuntimeInvisibleAnnotations>(in, pool, index, length);
+    if (name == "RuntimeVisibleParameterAnnotations")
+        return std::make_unique<AttributeRuntimeVisibleParameterAnnotations>(in, pool, index,
+                                                                             length);
+    if (name == "RuntimeInvisibleParameterAnnotations")
+        return std::make_unique<AttributeRuntimeInvisibleParameterAnnotations>(in, pool, index,
+                                                                               length);
+    return std::make_unique<AttributeUnknown>(in, pool, index, length);
+}
+
+} // namespace
+
+Attribute::Attribute(AttributeKind kind, const ConstantPool& pool_, uint16_t index_,
+                     uint32_t length)
+    : pool(&pool_), index(index_), attribute_length(length), mKind(kind) {}
+
+Attribute::~Attribute() = default;
+
+void Attribute::print(std::ostream& os) const {
+    os << "name=" << name << "; attribute_length=" << attribute_length;
+}
+
+std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool) {
+    uint16_t nameIndex;
+    uint32_t length;
+    {
+        ByteStream::Section section(in, "the header of attribute " + std::to_string(index));
+        nameIndex = in.readU2();
+        length = in.readU4();
+    }
+    const std::string name = pool.valueAt(nameIndex, "the attribute name");
+    ByteStream::Section section(in, "the \"" + shortName(name) + "\" attribute at position " +
+                                        std::to_string(index));
+    std::unique_ptr<Attribute> attribute = readKind(name, in, index, length, pool);
+    attribute->name_index = nameIndex;
+    attribute->name = name;
+    return attribute;
+}
+
+} // namespace classfile

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+
+namespace classfile {
+
+class ByteStream;
+class ConstantPool;
+
+/// The attribute kinds recognised by name; every other name is Unknown.
+enum class AttributeKind {
+    Code,
+    ConstantValue,
+    Exceptions,
+    InnerClasses,
+    Synthetic,
+    SourceFile,
+    LineNumberTable,
+    LocalVariableTable,
+    Deprecated,
+    StackMap,
+    RuntimeVisibleAnnotations,
+    RuntimeInvisibleAnnotations,
+    RuntimeVisibleParameterAnnotations,
+    RuntimeInvisibleParameterAnnotations,
+    Unknown,
+};
+
+/// One attribute of a field, method, class or Code attribute.
+class Attribute {
+public:
+    virtual ~Attribute();
+    Attribute(const Attribute&) = delete;
+    Attribute& operator=(const Attribute&) = delete;
+
+    /// Text form; the base form is "name=<name>; attribute_length=<length>".
+    virtual void print(std::ostream& os) const;
+
+    AttributeKind kind() const { return mKind; }
+
+    /// Not owned.
+    const ConstantPool* pool;
+    uint16_t name_index = 0;
+    /// Position in the attribute's list.
+    uint16_t index;
+    uint32_t attribute_length;
+    std::string name;
+
+protected:
+    Attribute(AttributeKind kind, const ConstantPool& pool, uint16_t index, uint32_t length);
+
+private:
+    AttributeKind mKind;
+};
+
+/// The attribute factory: reads one attribute (header and payload) and returns it. The payload of a
+/// recognised kind is read by its structure, not by the declared length. StackMap attributes add an
+/// entry to the pool, hence the mutable pool.
+std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool);
+
+} // namespace classfile

@@ -1,0 +1,57 @@
+#include "classfile/AttributeCode.h"
+
+#include "classfile/ByteStream.h"
+#include "classfile/CodeListing.h"
+#include "classfile/ConstantPool.h"
+
+namespace classfile {
+
+AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length)
+    : Attribute(AttributeKind::Code, pool_, index_, length) {
+    max_stack = in.readU2();
+    max_locals = in.readU2();
+    code_length = static_cast<int32_t>(in.readU4());
+    if (code_length > 0) {
+        ByteStream::Section section(in, "the code bytes");
+        in.readBytes(code, static_cast<uint32_t>(code_length));
+    }
+    {
+        ByteStream::Section section(in, "the exception table");
+        exception_table_length = in.readU2();
+        for (uint16_t i = 0; i < exception_table_length; ++i) {
+            ExceptionInfo row{0, 0, 0, 0, &pool_};
+            row.start_pc = in.readU2();
+            row.end_pc = in.readU2();
+            row.handler_pc = in.readU2();
+            row.catch_type = in.readU2();
+            exceptions.push_back(row);
+        }
+    }
+    attributes_count = in.readU2();
+    for (uint16_t i = 0; i < attributes_count; ++i)
+        attributes.push_back(readAttribute(in, i, pool_));
+}
+
+void AttributeCode::print(std::ostream& os) const {
+    Attribute::print(os);
+    os << "; max_stack=" << max_stack << "; max_locals=" << max_locals
+       << "; code_length=" << code_length << "; exception_table_length=" << exception_table_length
+       << ";\n          exceptions={\n";
+    for (size_t i = 0; i < exceptions.size(); ++i) {
+        const ExceptionInfo& row = exceptions[i];
+        os << "            [" << i << "]={start_pc=" << row.start_pc << "; end_pc=" << row.end_pc
+           << "; handler_pc=" << row.handler_pc << "; catch_type=" << row.catch_type << "};\n";
+    }
+    os << "          }\n          code={";
+    printCodeListing(os, code, *pool);
+    os << "\n          }\n"
+       << "          attributes_count=" << attributes_count << "          attributes={";
+    for (const auto& attribute : attributes) {
+        os << "\n        [" << attribute->index << "]={";
+        attribute->print(os);
+        os << "};";
+    }
+    os << "\n          }\n        }";
+}
+
+} // namespace classfile

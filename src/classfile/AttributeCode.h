@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "classfile/Attribute.h"
+
+namespace classfile {
+
+/// One exception table row of a Code attribute.
+struct ExceptionInfo {
+    uint16_t start_pc;
+    uint16_t end_pc;
+    uint16_t handler_pc;
+    uint16_t catch_type;
+    /// Not owned.
+    const ConstantPool* pool;
+};
+
+/// A method's bytecode with its exception table and nested attributes.
+class AttributeCode : public Attribute {
+public:
+    AttributeCode(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length);
+    /// Includes the instruction listing of the code.
+    void print(std::ostream& os) const override;
+
+    uint16_t max_stack;
+    uint16_t max_locals;
+    /// As read; 0 or negative means no code bytes.
+    int32_t code_length;
+    std::vector<uint8_t> code;
+    uint16_t exception_table_length;
+    std::vector<ExceptionInfo> exceptions;
+    uint16_t attributes_count;
+    std::vector<std::unique_ptr<Attribute>> attributes;
+};
+
+} // namespace classfile

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace classfile {
+
+/// Big-endian reader over an input stream. Every read is checked: running out of input raises a
+/// runtime error that names what was being read (see Section) and the offset where input ended.
+class ByteStream {
+public:
+    /// The stream is not owned and must outlive this object.
+    explicit ByteStream(std::istream& stream);
+    virtual ~ByteStream();
+    ByteStream(const ByteStream&) = delete;
+    ByteStream& operator=(const ByteStream&) = delete;
+
+    uint8_t readU1();
+    uint16_t readU2();
+    uint32_t readU4();
+    /// Eight bytes as two readU4, high word first.
+    uint64_t readU8();
+
+    /// Appends count bytes to out. The buffer grows only as data actually arrives, so a huge count
+    /// in a short file fails at the end of input instead of allocating the count up front.
+    void readBytes(std::vector<uint8_t>& out, uint64_t count);
+    /// As readBytes, into a string.
+    std::string readString(uint64_t count);
+
+    /// Number of bytes consumed so far.
+    uint64_t offset() const { return mOffset; }
+
+    /// Names the structure being read while it lives; end-of-input messages list the open sections,
+    /// innermost first. Sections nest and must be destroyed in reverse order.
+    class Section {
+    public:
+        Section(ByteStream& stream, std::string what);
+        ~Section();
+        Section(const Section&) = delete;
+        Section& operator=(const Section&) = delete;
+
+    private:
+        ByteStream& mStream;
+    };
+
+    std::istream& stream;
+
+private:
+    [[noreturn]] void failEndOfInput(uint64_t atOffset) const;
+    void readInto(char* dest, size_t count);
+
+    uint64_t mOffset = 0;
+    std::vector<std::string> mSections;
+};
+
+} // namespace classfile

@@ -1,0 +1,177 @@
+#include "classfile/ClassInfo.h"
+
+#include <iostream>
+
+#include "classfile/AccessFlags.h"
+#include "classfile/ByteStream.h"
+#include "classfile/ReadError.h"
+
+namespace classfile {
+
+namespace {
+
+constexpr uint32_t MAGIC = 0xCAFEBABE;
+
+void printEntry(std::ostream& os, const ConstantPoolEntry* entry) {
+    if (entry)
+        entry->print(os);
+    else
+        os << "(none)";
+}
+
+} // namespace
+
+ClassInfo::ClassInfo(ByteStream& in) {
+    readHeader(in);
+    constant_pool = std::make_unique<ConstantPool>(this, in, constant_pool_count);
+    poolRead = true;
+    readClassIndices(in);
+    readMembers(in);
+    readAttributes(in);
+    allRead = true;
+    checkPool();
+}
+
+ClassInfo::~ClassInfo() = default;
+
+void ClassInfo::readHeader(ByteStream& in) {
+    ByteStream::Section section(in, "the class file header");
+    magic = in.readU4();
+    if (magic != MAGIC) {
+        std::cerr << "invalid magic: 0x" << std::hex << magic << std::dec << std::endl;
+        failRead(formatText("TKB file contains invalid magic word '0x%08x'", magic));
+    }
+    minor_version = in.readU2();
+    major_version = in.readU2();
+    const auto major = static_cast<int16_t>(major_version);
+    if (major > MAX_MAJOR_VERSION)
+        failRead("Unknown version" + std::to_string(major) + "." + std::to_string(minor_version),
+                 formatText("TKB file contains bytecode of version %d.%d, not supported.", major,
+                            minor_version));
+    constant_pool_count = in.readU2();
+    headerRead = true;
+}
+
+void ClassInfo::readClassIndices(ByteStream& in) {
+    {
+        ByteStream::Section section(in, "the class access flags and indices");
+        access_flags = in.readU2();
+        const uint16_t thisIndex = in.readU2();
+        constant_pool->thisClassIndex = thisIndex;
+        if (thisIndex >= constant_pool_count)
+            failRead("this_class_index not in pool: " + std::to_string(thisIndex) +
+                         " >= " + std::to_string(constant_pool_count),
+                     formatText("Reading TKB failed (class index %d not in pool (count %d)).",
+                                thisIndex, constant_pool_count));
+        this_class = constant_pool->get(thisIndex);
+        // No range test for these: an index outside the pool simply yields no entry.
+        super_class = constant_pool->get(in.readU2());
+        interfaces_count = in.readU2();
+        interfacesCountRead = true;
+    }
+    ByteStream::Section section(in, "the interface table");
+    for (uint16_t i = 0; i < interfaces_count; ++i)
+        interfaces.push_back(constant_pool->get(in.readU2()));
+}
+
+void ClassInfo::readMembers(ByteStream& in) {
+    {
+        ByteStream::Section section(in, "the field count");
+        fields_count = in.readU2();
+        fieldsCountRead = true;
+    }
+    for (uint16_t i = 0; i < fields_count; ++i) {
+        ByteStream::Section section(in, "field " + std::to_string(i));
+        fields.push_back(std::make_unique<FieldInfo>(in, i, *this));
+    }
+    {
+        ByteStream::Section section(in, "the method count");
+        methods_count = in.readU2();
+        methodsCountRead = true;
+    }
+    for (uint16_t i = 0; i < methods_count; ++i) {
+        ByteStream::Section section(in, "method " + std::to_string(i));
+        methods.push_back(std::make_unique<MethodInfo>(in, i, *this));
+    }
+}
+
+void ClassInfo::readAttributes(ByteStream& in) {
+    {
+        ByteStream::Section section(in, "the class attribute count");
+        attributes_count = in.readU2();
+        attributesCountRead = true;
+    }
+    for (uint16_t i = 0; i < attributes_count; ++i) {
+        ByteStream::Section section(in, "class attribute " + std::to_string(i));
+        attributes.push_back(readAttribute(in, i, *constant_pool));
+        if (attributes.back()->kind() == AttributeKind::Synthetic)
+            isSynthetic = true;
+        else if (attributes.back()->kind() == AttributeKind::Deprecated)
+            isDeprecated = true;
+    }
+}
+
+void ClassInfo::checkPool() const {
+    for (uint32_t i = 1; i < constant_pool_count; ++i)
+        if (const ConstantPoolEntry* entry = constant_pool->get(i))
+            entry->check();
+}
+
+void ClassInfo::print(std::ostream& os) const {
+    os << "ClassFile {\n  ";
+    if (headerRead)
+        os << "magic=" << std::hex << magic << std::dec << "\n"
+           << "minor_version: " << minor_version << "\n"
+           << "major_version: " << major_version << "\n"
+           << "constant_pool_count= " << constant_pool_count << "\n"
+           << "constant_pool={\n";
+    if (poolRead) {
+        constant_pool->print(os);
+        os << "  };\n";
+    }
+    if (interfacesCountRead) {
+        os << "access_flags=" << accessFlagWords(access_flags) << ";\n  this_class=";
+        printEntry(os, this_class);
+        os << ";\n  super_class=";
+        printEntry(os, super_class);
+        os << ";\n  interfaces_count=" << interfaces_count << ";\n  ";
+    }
+    if (fieldsCountRead) {
+        os << "interfaces={\n";
+        for (size_t i = 0; i < interfaces.size(); ++i) {
+            os << "    [" << i << "]=";
+            printEntry(os, interfaces[i]);
+            os << ";\n  ";
+        }
+        os << "  };\n  fields_count=" << fields_count << ";\n  ";
+    }
+    if (methodsCountRead) {
+        os << "fields={\n";
+        for (const auto& field : fields) {
+            os << "    [" << field->index << "]=";
+            field->print(os);
+            os << ";\n  ";
+        }
+        os << "  };\n  methods_count=" << methods_count << ";\n  ";
+    }
+    if (attributesCountRead) {
+        os << "methods={\n";
+        for (const auto& method : methods) {
+            os << "    [" << method->index << "]=";
+            method->print(os);
+            os << ";\n";
+        }
+        os << "  };\n  attributes_count=" << attributes_count << ";\n  ";
+    }
+    if (allRead) {
+        os << "attributes={";
+        for (const auto& attribute : attributes) {
+            os << "\n        [" << attribute->index << "]={";
+            attribute->print(os);
+            os << "};";
+        }
+        os << "\n  };\n};";
+    }
+}
+
+} // namespace classfile

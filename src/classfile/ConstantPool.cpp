@@ -1,0 +1,256 @@
+#include "classfile/ConstantPool.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include "classfile/ByteStream.h"
+#include "classfile/ClassInfo.h"
+#include "classfile/ReadError.h"
+#include "util/RuntimeErrorST.h"
+
+namespace classfile {
+
+namespace {
+
+// Legitimate chains are at most three deep (member reference, class, name).
+constexpr unsigned MAX_RESOLVE_DEPTH = 8;
+thread_local unsigned resolveDepth = 0;
+
+class ResolveDepthGuard {
+public:
+    explicit ResolveDepthGuard(uint32_t index) {
+        if (resolveDepth >= MAX_RESOLVE_DEPTH)
+            failRead("constant pool references nest too deeply at index " + std::to_string(index),
+                     formatText("Reading TKB failed: constant pool references nest too deeply at "
+                                "index %d (the entries refer to each other in a cycle)",
+                                index));
+        ++resolveDepth;
+    }
+    ~ResolveDepthGuard() { --resolveDepth; }
+    ResolveDepthGuard(const ResolveDepthGuard&) = delete;
+    ResolveDepthGuard& operator=(const ResolveDepthGuard&) = delete;
+};
+
+std::unique_ptr<ConstantPoolEntry> readEntry(ByteStream& in, ConstantTag tag) {
+    switch (tag) {
+    case ConstantTag::Utf8: {
+        const uint16_t length = in.readU2();
+        return std::make_unique<CPEUtf8>(in.readString(length));
+    }
+    case ConstantTag::Unicode: {
+        const uint32_t length = in.readU4();
+        std::vector<uint8_t> bytes;
+        in.readBytes(bytes, length);
+        return std::make_unique<CPEUnicode>(std::move(bytes));
+    }
+    case ConstantTag::Integer:
+        return std::make_unique<CPEInteger>(static_cast<int32_t>(in.readU4()));
+    case ConstantTag::Float: {
+        const uint32_t bits = in.readU4();
+        float value;
+        static_assert(sizeof value == sizeof bits, "float must be 32-bit IEEE 754");
+        std::copy_n(reinterpret_cast<const char*>(&bits), sizeof bits,
+                    reinterpret_cast<char*>(&value));
+        return std::make_unique<CPEFloat>(value);
+    }
+    case ConstantTag::Long: return std::make_unique<CPELong>(static_cast<int64_t>(in.readU8()));
+    case ConstantTag::Double: {
+        const uint64_t bits = in.readU8();
+        double value;
+        static_assert(sizeof value == sizeof bits, "double must be 64-bit IEEE 754");
+        std::copy_n(reinterpret_cast<const char*>(&bits), sizeof bits,
+                    reinterpret_cast<char*>(&value));
+        return std::make_unique<CPEDouble>(value);
+    }
+    case ConstantTag::Class: return std::make_unique<CPEClass>(in.readU2());
+    case ConstantTag::String: return std::make_unique<CPEString>(in.readU2());
+    case ConstantTag::FieldRef:
+    case ConstantTag::MethodRef:
+    case ConstantTag::InterfaceMethodRef:
+    case ConstantTag::NameAndType: {
+        const uint16_t first = in.readU2();
+        const uint16_t second = in.readU2();
+        if (tag == ConstantTag::FieldRef)
+            return std::make_unique<CPEFieldRef>(first, second);
+        if (tag == ConstantTag::MethodRef)
+            return std::make_unique<CPEMethodRef>(first, second);
+        if (tag == ConstantTag::InterfaceMethodRef)
+            return std::make_unique<CPEInterfaceMethodRef>(first, second);
+        return std::make_unique<CPENameAndType>(first, second);
+    }
+    }
+    return nullptr;
+}
+
+// One-letter descriptor code of a primitive type name, or 0.
+char primitiveCode(const std::string& name) {
+    static const std::pair<const char*, char> codes[] = {
+        {"byte", 'B'}, {"char", 'C'},  {"double", 'D'},  {"float", 'F'}, {"int", 'I'},
+        {"long", 'J'}, {"short", 'S'}, {"boolean", 'Z'}, {"void", 'V'},
+    };
+    for (const auto& code : codes)
+        if (name == code.first)
+            return code.second;
+    return 0;
+}
+
+const char* primitiveName(char code) {
+    switch (code) {
+    case 'B': return "byte";
+    case 'C': return "char";
+    case 'D': return "double";
+    case 'F': return "float";
+    case 'I': return "int";
+    case 'J': return "long";
+    case 'S': return "short";
+    case 'V': return "void";
+    case 'Z': return "boolean";
+    default: return nullptr;
+    }
+}
+
+} // namespace
+
+ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count) : owner(owner_) {
+    entries.resize(count);
+    if (count < 2)
+        return;
+    uint32_t i = 1;
+    while (i < count) {
+        ByteStream::Section section(in, "the constant pool entry at index " + std::to_string(i));
+        const uint8_t tag = in.readU1();
+        if (tag == 0 || tag > static_cast<uint8_t>(ConstantTag::NameAndType)) {
+            std::cerr << "Unknown tag @ " << i << ":" << static_cast<int>(tag) << ":" << std::endl;
+            throw util::RuntimeErrorST("Unknown tag");
+        }
+        auto entry = readEntry(in, static_cast<ConstantTag>(tag));
+        entry->index = i;
+        entry->pool = this;
+        const bool wide = entry->isWide();
+        entries[i] = std::move(entry);
+        i += wide ? 2 : 1;
+    }
+}
+
+ConstantPool::~ConstantPool() = default;
+
+const ConstantPoolEntry* ConstantPool::get(uint32_t index) const {
+    return index < entries.size() ? entries[index].get() : nullptr;
+}
+
+const ConstantPoolEntry& ConstantPool::at(uint32_t index, const char* what) const {
+    if (index >= entries.size())
+        failRead(
+            formatText("pool index not in pool: %d >= %d (%s)", index, entries.size(), what),
+            formatText(
+                "Reading TKB failed: constant pool index %d for %s is outside the pool (size %d)",
+                index, what, entries.size()));
+    if (!entries[index])
+        failRead(formatText("pool index names an empty slot: %d (%s)", index, what),
+                 formatText("Reading TKB failed: constant pool index %d for %s names an empty slot",
+                            index, what));
+    return *entries[index];
+}
+
+void ConstantPool::failWrongKind(uint32_t index, const char* what, ConstantTag found,
+                                 ConstantTag wanted) {
+    failRead(
+        formatText("pool entry of the wrong kind: %d (%s)", index, what),
+        formatText("Reading TKB failed: constant pool index %d for %s names a %s entry, not %s",
+                   index, what, ConstantPoolEntry::tagName(found),
+                   ConstantPoolEntry::tagName(wanted)));
+}
+
+std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
+    const ConstantPoolEntry& entry = at(index, what);
+    ResolveDepthGuard guard(index);
+    return entry.getValue();
+}
+
+std::string ConstantPool::displayValue(uint32_t index) const {
+    if (!get(index))
+        return index < size() ? "<empty slot " + std::to_string(index) + ">"
+                              : "<index " + std::to_string(index) + " outside the pool>";
+    try {
+        return valueAt(index, "a displayed value");
+    } catch (const std::exception& e) {
+        return std::string("<") + e.what() + ">";
+    }
+}
+
+uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
+    entry->pool = this;
+    // Slot 0 stays empty even in a pool that was read with a count of 0.
+    const uint32_t newIndex = std::max<uint32_t>(size(), 1);
+    const uint32_t newSize = newIndex + (entry->isWide() ? 2 : 1);
+    if (newSize > MAX_SIZE)
+        failRead("constant pool full",
+                 formatText("Reading TKB failed: the constant pool cannot grow beyond %d slots",
+                            MAX_SIZE));
+    // No entry is ever reused, and the warning is kept once per existing slot; written as one
+    // block.
+    static const std::string warning = "operator== not implemented! always return false\n";
+    if (size() > 1) {
+        std::string lines;
+        lines.reserve(warning.size() * (size() - 1));
+        for (uint32_t i = 1; i < size(); ++i)
+            lines += warning;
+        std::cerr << lines << std::flush;
+    }
+    entries.resize(newSize);
+    entry->index = newIndex;
+    entries[newIndex] = std::move(entry);
+    if (owner)
+        owner->constant_pool_count = static_cast<uint16_t>(newSize);
+    return newIndex;
+}
+
+void ConstantPool::print(std::ostream& os) const {
+    for (uint32_t i = 1; i < size();) {
+        const ConstantPoolEntry* entry = entries[i].get();
+        os << "    [" << i << "]=";
+        if (entry)
+            entry->print(os);
+        else
+            os << "(empty)";
+        os << ";\n";
+        i += entry && entry->isWide() ? 2 : 1;
+    }
+}
+
+std::string ConstantPool::parseFieldType(const std::string& descriptor,
+                                         std::vector<std::string>& names) {
+    // Array dimensions are counted rather than recursed into, so a long run of "[" cannot exhaust
+    // the stack.
+    size_t dims = 0;
+    while (dims < descriptor.size() && descriptor[dims] == '[')
+        ++dims;
+    const std::string element = descriptor.substr(dims);
+    std::string name;
+    std::string rest;
+    const char first = element.empty() ? '\0' : element[0];
+    if (const char* primitive = primitiveName(first)) {
+        name = primitive;
+        rest = element.substr(1);
+    } else if (first == 'L') {
+        const size_t end = element.find(';');
+        if (end == std::string::npos)
+            failRead("unterminated class name in field type:" + element,
+                     "Reading TKB failed: Unknown field type: " + element);
+        name = element.substr(1, end - 1);
+        std::replace(name.begin(), name.end(), '/', '.');
+        rest = element.substr(end + 1);
+    } else {
+        failRead(element.empty() ? std::string("unknown field type:")
+                                 : "unknown field type:" + element.substr(0, 1),
+                 "Reading TKB failed: Unknown field type: " + element);
+    }
+    if (dims > 0) {
+        const char code = primitiveCode(name);
+        name = std::string(dims, '[') + (code ? std::string(1, code) : name);
+    }
+    names.push_back(std::move(name));
+    return rest;
+}
+
+} // namespace classfile

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "classfile/ConstantPoolEntry.h"
+
+namespace classfile {
+
+class ByteStream;
+class ClassInfo;
+
+/// The constant pool of one class file: owns its entries, indexed from 1 as in the file.
+class ConstantPool {
+public:
+    /// The format's pool indices are 16-bit; the pool never grows past this many slots.
+    static constexpr uint32_t MAX_SIZE = 0xFFFF;
+
+    /// Reads entries until the pool holds count slots. owner may be null for a pool read on its
+    /// own.
+    ConstantPool(ClassInfo* owner, ByteStream& in, uint16_t count);
+    virtual ~ConstantPool();
+    ConstantPool(const ConstantPool&) = delete;
+    ConstantPool& operator=(const ConstantPool&) = delete;
+
+    /// The entry at index, or null for an empty slot or an index outside the pool.
+    const ConstantPoolEntry* get(uint32_t index) const;
+    /// Checked lookup for indices that come from the file: raises a runtime error naming what and
+    /// the index when the index lies outside the pool or names an empty slot.
+    const ConstantPoolEntry& at(uint32_t index, const char* what) const;
+    /// As at, and the entry must also be of kind T.
+    template <typename T> const T& atAs(uint32_t index, const char* what) const {
+        const ConstantPoolEntry& entry = at(index, what);
+        if (entry.tag() != T::TAG)
+            failWrongKind(index, what, entry.tag(), T::TAG);
+        return static_cast<const T&>(entry);
+    }
+    /// getValue of the entry at a checked index. Chains of references are followed only to a small
+    /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
+    std::string valueAt(uint32_t index, const char* what) const;
+    /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
+    std::string displayValue(uint32_t index) const;
+
+    /// Number of slots, slot 0 included.
+    uint32_t size() const { return static_cast<uint32_t>(entries.size()); }
+
+    /// Appends an entry (never reusing an existing one) and returns its index; keeps the owner's
+    /// constant_pool_count equal to the new size. Writes one warning line per existing slot.
+    uint32_t add(std::unique_ptr<ConstantPoolEntry> entry);
+
+    /// The pool listing.
+    void print(std::ostream& os) const;
+
+    /// Consumes one field type from the front of descriptor, appends its type name to names
+    /// ("int", "java.lang.String", "[I", "[java.lang.String") and returns the rest.
+    static std::string parseFieldType(const std::string& descriptor,
+                                      std::vector<std::string>& names);
+
+    /// The class being read; not owned, may be null.
+    ClassInfo* owner;
+    /// Owned entries by pool index; slot 0 and the slot after a long or double are empty.
+    std::vector<std::unique_ptr<ConstantPoolEntry>> entries;
+    /// The class file's this_class index.
+    uint32_t thisClassIndex = 0;
+
+private:
+    [[noreturn]] static void failWrongKind(uint32_t index, const char* what, ConstantTag found,
+                                           ConstantTag wanted);
+};
+
+} // namespace classfile

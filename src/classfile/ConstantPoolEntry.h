@@ -1,0 +1,236 @@
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace classfile {
+
+class ConstantPool;
+class CPEClass;
+class CPENameAndType;
+
+/// The tag byte that opens each constant pool entry in the file.
+enum class ConstantTag : uint8_t {
+    Utf8 = 1,
+    Unicode = 2,
+    Integer = 3,
+    Float = 4,
+    Long = 5,
+    Double = 6,
+    Class = 7,
+    String = 8,
+    FieldRef = 9,
+    MethodRef = 10,
+    InterfaceMethodRef = 11,
+    NameAndType = 12,
+};
+
+/// One constant pool entry; one subclass per tag.
+class ConstantPoolEntry {
+public:
+    virtual ~ConstantPoolEntry();
+    ConstantPoolEntry(const ConstantPoolEntry&) = delete;
+    ConstantPoolEntry& operator=(const ConstantPoolEntry&) = delete;
+
+    /// The entry's value as text; references are followed through the pool.
+    virtual std::string getValue() const = 0;
+    /// Consistency test run once after the whole class is read.
+    virtual void check() const;
+    /// Diagnostic text form.
+    virtual void print(std::ostream& os) const = 0;
+    /// Display form for code listings.
+    virtual std::string toLiteral() const;
+    /// Entry equality; see operator==.
+    virtual bool equals(const ConstantPoolEntry& other) const;
+
+    ConstantTag tag() const { return mTag; }
+    /// Long and double entries take two pool slots.
+    bool isWide() const { return mTag == ConstantTag::Long || mTag == ConstantTag::Double; }
+    /// "Utf8", "Class", ... for messages.
+    static const char* tagName(ConstantTag tag);
+
+    uint32_t index = 0;
+    const ConstantPool* pool = nullptr;
+
+protected:
+    explicit ConstantPoolEntry(ConstantTag tag) : mTag(tag) {}
+    /// The pool this entry lives in; fails for an entry that was never placed in one.
+    const ConstantPool& owningPool() const;
+    /// Writes the warning of the reference kinds, which never compare equal.
+    bool refuseEquality(const ConstantPoolEntry& other) const;
+
+private:
+    ConstantTag mTag;
+};
+
+bool operator==(const ConstantPoolEntry& a, const ConstantPoolEntry& b);
+bool operator!=(const ConstantPoolEntry& a, const ConstantPoolEntry& b);
+
+class CPEUtf8 : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Utf8;
+    explicit CPEUtf8(std::string value);
+    std::string getValue() const override { return value; }
+    void print(std::ostream& os) const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    /// The raw bytes; modified UTF-8 is not decoded.
+    std::string value;
+};
+
+class CPEUnicode : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Unicode;
+    explicit CPEUnicode(std::vector<uint8_t> bytes);
+    std::string getValue() const override { return value; }
+    void print(std::ostream& os) const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    std::vector<uint8_t> bytes;
+    std::string value;
+};
+
+class CPEInteger : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Integer;
+    explicit CPEInteger(int32_t value);
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    int32_t value;
+};
+
+class CPEFloat : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Float;
+    explicit CPEFloat(float value);
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    float value;
+};
+
+class CPELong : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Long;
+    explicit CPELong(int64_t value);
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    int64_t value;
+};
+
+class CPEDouble : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Double;
+    explicit CPEDouble(double value);
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    double value;
+};
+
+class CPEClass : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::Class;
+    explicit CPEClass(uint16_t nameIndex);
+    /// The internal class name, with "/" separators.
+    std::string getValue() const override;
+    /// Ends the process when the name index lies outside the pool.
+    void check() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    uint16_t name_index;
+};
+
+class CPEString : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::String;
+    explicit CPEString(uint16_t stringIndex);
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    uint16_t string_index;
+};
+
+/// Shared part of the field, method and interface method references.
+class CPERef : public ConstantPoolEntry {
+public:
+    /// "Class.nameDescriptor" after checking the kinds of both referenced entries.
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    /// The referenced class; raises the reference error when classIndex names no class entry.
+    const CPEClass& classEntry() const;
+    /// The referenced name and type; raises the reference error when it names no such entry.
+    const CPENameAndType& nameAndType() const;
+
+    uint16_t classIndex;
+    uint16_t nameAndTypeIndex;
+
+protected:
+    CPERef(ConstantTag tag, uint16_t classIndex, uint16_t nameAndTypeIndex);
+    virtual const char* printName() const = 0;
+};
+
+class CPEFieldRef : public CPERef {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::FieldRef;
+    CPEFieldRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
+
+protected:
+    const char* printName() const override { return "Field"; }
+};
+
+class CPEMethodRef : public CPERef {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::MethodRef;
+    CPEMethodRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
+    std::string toLiteral() const override;
+
+protected:
+    const char* printName() const override { return "Method"; }
+};
+
+class CPEInterfaceMethodRef : public CPERef {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::InterfaceMethodRef;
+    CPEInterfaceMethodRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
+
+protected:
+    const char* printName() const override { return "InterfaceMethodRef"; }
+};
+
+class CPENameAndType : public ConstantPoolEntry {
+public:
+    static constexpr ConstantTag TAG = ConstantTag::NameAndType;
+    CPENameAndType(uint16_t nameIndex, uint16_t descriptorIndex);
+    /// The name immediately followed by the descriptor.
+    std::string getValue() const override;
+    void print(std::ostream& os) const override;
+    std::string toLiteral() const override;
+    bool equals(const ConstantPoolEntry& other) const override;
+
+    std::string name() const;
+    std::string descriptor() const;
+
+    uint16_t name_index;
+    uint16_t descriptor_index;
+};
+
+} // namespace classfile

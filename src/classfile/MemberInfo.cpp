@@ -1,0 +1,79 @@
+#include "classfile/MemberInfo.h"
+
+#include "classfile/AccessFlags.h"
+#include "classfile/ByteStream.h"
+#include "classfile/ClassInfo.h"
+#include "classfile/ConstantPool.h"
+
+namespace classfile {
+
+MemberInfo::MemberInfo(uint16_t index_, ClassInfo& owner_) : index(index_), owner(&owner_) {}
+
+MemberInfo::~MemberInfo() = default;
+
+void MemberInfo::read(ByteStream& in) {
+    access_flags = in.readU2();
+    name_index = in.readU2();
+    descriptor_index = in.readU2();
+    attributes_count = in.readU2();
+    for (uint32_t i = 0; i < attributes_count; ++i) {
+        attributes.push_back(readAttribute(in, static_cast<uint16_t>(i), *owner->constant_pool));
+        onAttribute(*attributes.back());
+    }
+}
+
+void MemberInfo::onAttribute(const Attribute& attribute) {
+    if (attribute.kind() == AttributeKind::Synthetic)
+        isSynthetic = true;
+    else if (attribute.kind() == AttributeKind::Deprecated)
+        isDeprecated = true;
+}
+
+std::string MemberInfo::name() const {
+    return owner->constant_pool->valueAt(name_index, "a member name");
+}
+
+std::string MemberInfo::descriptor() const {
+    return owner->constant_pool->valueAt(descriptor_index, "a member descriptor");
+}
+
+void MemberInfo::printMember(std::ostream& os, const char* closing) const {
+    const ConstantPool& pool = *owner->constant_pool;
+    os << "{\n      access_flags=" << accessFlagWords(access_flags)
+       << ";\n      name_index=" << name_index << " [" << pool.displayValue(name_index) << "]"
+       << ";\n      descriptor_index=" << descriptor_index << " ["
+       << pool.displayValue(descriptor_index) << "]"
+       << ";\n      attributes_count=" << attributes_count << ";\n      attributes={";
+    for (const auto& attribute : attributes) {
+        os << "\n        [" << attribute->index << "]={";
+        attribute->print(os);
+        os << "};";
+    }
+    os << closing;
+}
+
+FieldInfo::FieldInfo(ByteStream& in, uint16_t index_, ClassInfo& owner_)
+    : MemberInfo(index_, owner_) {
+    read(in);
+}
+
+void FieldInfo::onAttribute(const Attribute& attribute) {
+    if (attribute.kind() == AttributeKind::ConstantValue)
+        hasConstantValue = true;
+    MemberInfo::onAttribute(attribute);
+}
+
+void FieldInfo::print(std::ostream& os) const {
+    printMember(os, "\n      }\n    }");
+}
+
+MethodInfo::MethodInfo(ByteStream& in, uint16_t index_, ClassInfo& owner_)
+    : MemberInfo(index_, owner_) {
+    read(in);
+}
+
+void MethodInfo::print(std::ostream& os) const {
+    printMember(os, "\n      };\n    }");
+}
+
+} // namespace classfile

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "classfile/Attribute.h"
+
+namespace classfile {
+
+/// The attribute kinds with a fixed or flat payload.
+
+class AttributeConstantValue : public Attribute {
+public:
+    AttributeConstantValue(ByteStream& in, const ConstantPool& pool, uint16_t index);
+    void print(std::ostream& os) const override;
+
+    uint16_t constant_value_index;
+};
+
+class AttributeExceptions : public Attribute {
+public:
+    AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
+
+    uint16_t number_of_exceptions;
+    std::vector<uint16_t> exception_index_table;
+};
+
+/// Marks its field, method or class as synthetic; no payload.
+class AttributeSynthetic : public Attribute {
+public:
+    AttributeSynthetic(const ConstantPool& pool, uint16_t index);
+};
+
+class AttributeSourceFile : public Attribute {
+public:
+    AttributeSourceFile(ByteStream& in, const ConstantPool& pool, uint16_t index);
+    void print(std::ostream& os) const override;
+
+    uint16_t source_file_index;
+};
+
+/// Marks its field, method or class as deprecated; no payload.
+class AttributeDeprecated : public Attribute {
+public:
+    AttributeDeprecated(const ConstantPool& pool, uint16_t index);
+};
+
+/// An attribute whose name is not recognised: its bytes, kept as they are.
+class AttributeUnknown : public Attribute {
+public:
+    /// The length is taken as signed: 0 or a negative length reads nothing.
+    AttributeUnknown(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
+
+    std::vector<uint8_t> info;
+};
+
+} // namespace classfile

@@ -1,0 +1,83 @@
+#include "classfile/TableAttributes.h"
+
+#include "classfile/AccessFlags.h"
+#include "classfile/ByteStream.h"
+
+namespace classfile {
+
+AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
+                                             uint16_t index, uint32_t length)
+    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
+    for (uint16_t i = 0; i < number_of_classes; ++i) {
+        InnerClassInfo row{i, &pool, 0, 0, 0, 0};
+        row.inner_class_info_index = in.readU2();
+        row.outer_class_info_index = in.readU2();
+        row.inner_name_index = in.readU2();
+        row.inner_class_access_flags = in.readU2();
+        classes.push_back(row);
+    }
+}
+
+void AttributeInnerClasses::print(std::ostream& os) const {
+    Attribute::print(os);
+    os << "; number_of_classes=" << number_of_classes << ";\n          classes={";
+    for (const auto& row : classes)
+        os << "\n            [" << row.position << "]="
+           << "\n              inner_class_info_index=" << row.inner_class_info_index << ";\n"
+           << "              outer_class_info_index=" << row.outer_class_info_index << ";\n"
+           << "              inner_name_index=" << row.inner_name_index << ";\n"
+           << "              inner_class_access_flags="
+           << accessFlagWords(row.inner_class_access_flags) << ";\n";
+    os << "\n          }";
+}
+
+AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
+                                                   uint16_t index, uint32_t length)
+    : Attribute(AttributeKind::LineNumberTable, pool, index, length),
+      line_number_table_length(in.readU2()) {
+    for (uint16_t i = 0; i < line_number_table_length; ++i) {
+        const uint16_t startPc = in.readU2();
+        line_number_table.push_back({i, startPc, in.readU2()});
+    }
+}
+
+void AttributeLineNumberTable::print(std::ostream& os) const {
+    Attribute::print(os);
+    os << "; line_number_table_length=" << line_number_table_length
+       << ";\n          line_number_table={";
+    for (const auto& row : line_number_table)
+        os << "\n            [" << row.position << "]="
+           << "{start_pc=" << row.start_pc << "; line_number=" << row.line_number << "}";
+    os << "\n          }";
+}
+
+AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
+                                                         uint16_t index, uint32_t length)
+    : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
+      local_variable_table_length(in.readU2()) {
+    for (uint16_t i = 0; i < local_variable_table_length; ++i) {
+        LocalVariableInfo row{i, 0, 0, 0, 0, 0};
+        row.start_pc = in.readU2();
+        row.length = in.readU2();
+        row.name_index = in.readU2();
+        row.descriptor_index = in.readU2();
+        row.index = in.readU2();
+        local_variable_table.push_back(row);
+    }
+}
+
+void AttributeLocalVariableTable::print(std::ostream& os) const {
+    Attribute::print(os);
+    os << "; localVariableTableLength=" << local_variable_table_length << "; localVariableTable={";
+    for (const auto& row : local_variable_table)
+        os << "\n          [" << row.position << "]={\n"
+           << "            start_pc=" << row.start_pc << ";\n"
+           << "            length=" << row.length << ";\n"
+           << "            name_index=" << row.name_index << ";\n"
+           << "            descriptor_index=" << row.descriptor_index << ";\n"
+           << "            index=" << row.index << ";\n"
+           << "          };";
+    os << "\n      }\n    }";
+}
+
+} // namespace classfile
