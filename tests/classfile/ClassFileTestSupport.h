@@ -1,0 +1,71 @@
+#pragma once
+
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "classfile/ByteStream.h"
+#include "classfile/ClassInfo.h"
+#include "classfile/ConstantPool.h"
+#include "classwriter/ClassWriter.h"
+
+namespace classfiletest {
+
+/// Collects everything written to std::cerr while it lives.
+class CerrCapture {
+public:
+    CerrCapture() : mOld(std::cerr.rdbuf(mBuffer.rdbuf())) {}
+    ~CerrCapture() { std::cerr.rdbuf(mOld); }
+    CerrCapture(const CerrCapture&) = delete;
+    CerrCapture& operator=(const CerrCapture&) = delete;
+    std::string text() const { return mBuffer.str(); }
+
+private:
+    std::ostringstream mBuffer;
+    std::streambuf* mOld;
+};
+
+inline std::unique_ptr<classfile::ClassInfo> readClass(const std::vector<uint8_t>& bytes) {
+    std::istringstream in(std::string(bytes.begin(), bytes.end()));
+    classfile::ByteStream stream(in);
+    return std::make_unique<classfile::ClassInfo>(stream);
+}
+
+/// A pool read on its own from the builder's entries.
+inline std::unique_ptr<classfile::ConstantPool>
+readPool(const classwriter::ConstantPoolBuilder& builder) {
+    std::istringstream in(std::string(builder.bytes().begin(), builder.bytes().end()));
+    classfile::ByteStream stream(in);
+    return std::make_unique<classfile::ConstantPool>(nullptr, stream, builder.count());
+}
+
+template <typename T> std::string textOf(const T& object) {
+    std::ostringstream out;
+    object.print(out);
+    return out.str();
+}
+
+/// The message of the runtime error that body raises, or "" when it raises none.
+template <typename F> std::string errorOf(F body) {
+    try {
+        body();
+    } catch (const std::runtime_error& e) {
+        return e.what();
+    }
+    return "";
+}
+
+/// A class "Foo" (pool index 2) with nothing else.
+inline classwriter::ClassWriter minimalClass() {
+    classwriter::ClassWriter writer;
+    writer.pool.utf8("Foo");
+    writer.thisClass = writer.pool.classEntry(1);
+    return writer;
+}
+
+/// A class that uses every entry kind, attribute kind and element value tag.
+classwriter::ClassWriter richClass();
+
+} // namespace classfiletest

@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "ClassFileTestSupport.h"
+#include "util/RuntimeErrorST.h"
+
+using namespace classfile;
+using classfiletest::CerrCapture;
+using classfiletest::errorOf;
+using classfiletest::readPool;
+using classfiletest::textOf;
+
+namespace {
+
+TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("Foo");               // 1
+    b.unicode({'a', 'b', 'c'});  // 2
+    b.integer(-7);               // 3
+    b.longValue(-9000000000LL);  // 4 and 5
+    b.floating(0.1f);            // 6
+    b.doubleValue(-2.5);         // 7 and 8
+    b.classEntry(1);             // 9
+    b.string(1);                 // 10
+    b.nameAndType(1, 1);         // 11
+    b.fieldref(9, 11);           // 12
+    b.methodref(9, 11);          // 13
+    b.interfaceMethodref(9, 11); // 14
+    auto pool = readPool(b);
+
+    ASSERT_EQ(15u, pool->size());
+    EXPECT_EQ(nullptr, pool->get(0));
+    EXPECT_EQ(nullptr, pool->get(5));
+    EXPECT_EQ(nullptr, pool->get(8));
+    EXPECT_EQ(nullptr, pool->get(15));
+    for (uint32_t i : {1u, 4u, 7u, 14u})
+        EXPECT_EQ(i, pool->get(i)->index);
+
+    EXPECT_EQ("Foo", pool->at(1, "t").getValue());
+    EXPECT_EQ("abc", pool->atAs<CPEUnicode>(2, "t").value);
+    EXPECT_EQ(-7, pool->atAs<CPEInteger>(3, "t").value);
+    EXPECT_EQ("-7", pool->get(3)->getValue());
+    EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
+    EXPECT_EQ("-9000000000", pool->get(4)->getValue());
+    EXPECT_EQ("0.100000001", pool->get(6)->getValue());
+    EXPECT_EQ(-2.5, pool->atAs<CPEDouble>(7, "t").value);
+    EXPECT_EQ("-2.5", pool->get(7)->getValue());
+    EXPECT_EQ("Foo", pool->get(9)->getValue());
+    EXPECT_EQ("Foo", pool->get(10)->getValue());
+    EXPECT_EQ("FooFoo", pool->get(11)->getValue());
+    EXPECT_EQ("Foo.FooFoo", pool->get(13)->getValue());
+    EXPECT_EQ(9, pool->atAs<CPEInterfaceMethodRef>(14, "t").classIndex);
+
+    EXPECT_EQ("{tag=Utf8; value=\"Foo\"}", textOf(*pool->get(1)));
+    EXPECT_EQ("abc[Unicode]", textOf(*pool->get(2)));
+    EXPECT_EQ("{tag=Integer; value=-7}", textOf(*pool->get(3)));
+    EXPECT_EQ("{tag=Long; value=-9000000000}", textOf(*pool->get(4)));
+    EXPECT_EQ("{tag=Double; value=-2.5}", textOf(*pool->get(7)));
+    EXPECT_EQ("{tag=Class; name_index=1 [Foo]}", textOf(*pool->get(9)));
+    EXPECT_EQ("{tag=String; string_index=1 [Foo]}", textOf(*pool->get(10)));
+    EXPECT_EQ("{tag=NameAndType; name_index=1; descriptor_index=1}", textOf(*pool->get(11)));
+    EXPECT_EQ("{tag=Field; classIndex=9; nameAndTypeIndex=11}", textOf(*pool->get(12)));
+    EXPECT_EQ("{tag=Method; classIndex=9; nameAndTypeIndex=11}", textOf(*pool->get(13)));
+    EXPECT_EQ("{tag=InterfaceMethodRef; classIndex=9; nameAndTypeIndex=11}",
+              textOf(*pool->get(14)));
+
+    // The listing skips the second slot of long and double entries.
+    const std::string listing = textOf(*pool);
+    EXPECT_NE(std::string::npos, listing.find("    [4]={tag=Long; value=-9000000000};\n    [6]="));
+    EXPECT_EQ(std::string::npos, listing.find("[5]"));
+}
+
+TEST(ConstantPoolTest, CountBelowTwoReadsNothingAndWideEntryMayEndThePool) {
+    for (uint16_t count : {0, 1}) {
+        std::istringstream in("\x01\x00\x01X");
+        ByteStream stream(in);
+        ConstantPool pool(nullptr, stream, count);
+        EXPECT_EQ(count, pool.size());
+        EXPECT_EQ(0u, stream.offset());
+        EXPECT_EQ(nullptr, pool.get(1));
+    }
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("x");
+    b.longValue(5);
+    std::istringstream in(std::string(b.bytes().begin(), b.bytes().end()));
+    ByteStream stream(in);
+    ConstantPool pool(nullptr, stream, 3); // the long's second slot falls outside
+    EXPECT_EQ(3u, pool.size());
+    EXPECT_EQ("5", pool.get(2)->getValue());
+}
+
+TEST(ConstantPoolTest, UnknownTagIsReportedWithItsIndex) {
+    for (uint8_t tag : {uint8_t{13}, uint8_t{0}}) {
+        classwriter::ConstantPoolBuilder b;
+        b.utf8("a");
+        b.longValue(1);
+        b.raw(tag, {});
+        CerrCapture err;
+        try {
+            readPool(b);
+            FAIL() << "tag " << int(tag) << " accepted";
+        } catch (const util::RuntimeErrorST& e) {
+            EXPECT_STREQ("Unknown tag", e.what());
+        }
+        EXPECT_EQ("Unknown tag @ 4:" + std::to_string(tag) + ":\n", err.text());
+    }
+}
+
+TEST(ConstantPoolTest, MemberReferencesCheckTheKindsTheyName) {
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("Foo");       // 1
+    b.classEntry(1);     // 2
+    b.nameAndType(1, 1); // 3
+    b.methodref(1, 3);   // 4: class index names a Utf8
+    b.fieldref(2, 2);    // 5: name-and-type index names a class
+    b.methodref(2, 99);  // 6: outside the pool
+    auto pool = readPool(b);
+    {
+        CerrCapture err;
+        EXPECT_EQ("Reading TKB error:  pool[1] != CPEClass",
+                  errorOf([&] { pool->get(4)->getValue(); }));
+        EXPECT_EQ("CPERef : pool[1] != CPEClass \n", err.text());
+    }
+    {
+        CerrCapture err;
+        EXPECT_EQ("Reading TKB error:  pool[2] !=  CPENameAndType",
+                  errorOf([&] { pool->get(5)->getValue(); }));
+        EXPECT_EQ("CPERef : pool[2] != CPENameAndType \n", err.text());
+        EXPECT_EQ("Reading TKB error:  pool[99] !=  CPENameAndType",
+                  errorOf([&] { pool->get(6)->getValue(); }));
+    }
+}
+
+TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {
+    classwriter::ConstantPoolBuilder b;
+    b.classEntry(1); // 1: names itself
+    b.string(40);    // 2: outside the pool
+    b.longValue(3);  // 3 and 4
+    b.string(4);     // 5: empty slot
+    b.classEntry(7); // 6 <-> 7 refer to each other
+    b.string(6);     // 7
+    auto pool = readPool(b);
+    CerrCapture err;
+    EXPECT_NE(std::string::npos,
+              errorOf([&] { pool->get(1)->getValue(); }).find("nest too deeply"));
+    EXPECT_EQ("Reading TKB failed: constant pool index 40 for the string value is outside the pool "
+              "(size 8)",
+              errorOf([&] { pool->get(2)->getValue(); }));
+    EXPECT_EQ("Reading TKB failed: constant pool index 4 for the string value names an empty slot",
+              errorOf([&] { pool->get(5)->getValue(); }));
+    EXPECT_NE(std::string::npos,
+              errorOf([&] { pool->get(7)->getValue(); }).find("nest too deeply"));
+    EXPECT_EQ("Reading TKB failed: constant pool index 3 for x names a Long entry, not Utf8",
+              errorOf([&] { pool->atAs<CPEUtf8>(3, "x"); }));
+    // Diagnostic texts show a marker instead of failing.
+    EXPECT_EQ("{tag=String; string_index=40 [<index 40 outside the pool>]}", textOf(*pool->get(2)));
+}
+
+TEST(ConstantPoolTest, AddAlwaysAppendsAndWarnsOncePerSlot) {
+    classwriter::ConstantPoolBuilder b;
+    for (int i = 0; i < 9; ++i)
+        b.utf8("same");
+    auto pool = readPool(b);
+    ASSERT_EQ(10u, pool->size());
+    CerrCapture err;
+    EXPECT_EQ(10u, pool->add(std::make_unique<CPEUtf8>("same")));
+    EXPECT_EQ(11u, pool->size());
+    std::string nine;
+    for (int i = 0; i < 9; ++i)
+        nine += "operator== not implemented! always return false\n";
+    EXPECT_EQ(nine, err.text());
+    EXPECT_EQ(11u, pool->add(std::make_unique<CPEDouble>(1.0)));
+    EXPECT_EQ(13u, pool->size());
+    EXPECT_EQ(pool.get(), pool->get(11)->pool);
+    EXPECT_EQ(nullptr, pool->get(12));
+}
+
+TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqual) {
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("A");       // 1
+    b.utf8("A");       // 2
+    b.classEntry(1);   // 3
+    b.classEntry(1);   // 4
+    b.methodref(3, 3); // 5
+    b.fieldref(3, 3);  // 6
+    b.integer(4);      // 7
+    b.integer(4);      // 8
+    auto pool = readPool(b);
+    CerrCapture err;
+    EXPECT_TRUE(*pool->get(1) == *pool->get(2));
+    EXPECT_TRUE(*pool->get(7) == *pool->get(8));
+    EXPECT_FALSE(*pool->get(3) == *pool->get(1));
+    EXPECT_EQ("", err.text());
+    EXPECT_FALSE(*pool->get(3) == *pool->get(4));
+    EXPECT_FALSE(*pool->get(5) == *pool->get(6));
+    EXPECT_EQ("operator== not implemented! always return false\n"
+              "operator== not implemented! always return false\n",
+              err.text());
+}
+
+TEST(ConstantPoolTest, ParsesFieldTypeDescriptors) {
+    std::vector<std::string> names;
+    std::string rest = "IJLjava/lang/String;[I[[I[[Ljava/lang/Object;[Lint;Z";
+    while (!rest.empty())
+        rest = ConstantPool::parseFieldType(rest, names);
+    EXPECT_EQ((std::vector<std::string>{"int", "long", "java.lang.String", "[I", "[[I",
+                                        "[[java.lang.Object", "[I", "boolean"}),
+              names);
+
+    CerrCapture err;
+    EXPECT_EQ("Reading TKB failed: Unknown field type: X;",
+              errorOf([&] { ConstantPool::parseFieldType("[X;", names); }));
+    EXPECT_EQ("unknown field type:X\n", err.text());
+    EXPECT_EQ("Reading TKB failed: Unknown field type: Ljava/lang",
+              errorOf([&] { ConstantPool::parseFieldType("Ljava/lang", names); }));
+    EXPECT_NE("", errorOf([&] { ConstantPool::parseFieldType(std::string(100000, '['), names); }));
+}
+
+TEST(ConstantPoolTest, DisplayFormsForCodeListings) {
+    classwriter::ConstantPoolBuilder b;
+    b.integer(3);                             // 1
+    b.stringOf("hi");                         // 2, 3
+    b.classNamed("[[Lcom/velmor/Box$Inner;"); // 4, 5
+    const uint16_t method =
+        b.methodrefOf("com/velmor/gc/Builtins", "box", "(I[DLjava/lang/String;)V");
+    const uint16_t field = b.fieldrefOf("com/velmor/gc/Color", "RED", "I");
+    b.floating(std::numeric_limits<float>::infinity());
+    b.doubleValue(-std::numeric_limits<double>::infinity());
+    auto pool = readPool(b);
+    EXPECT_EQ("Integer 3", pool->get(1)->toLiteral());
+    EXPECT_EQ("\"hi\"", pool->get(3)->toLiteral());
+    EXPECT_EQ("Class Lcom.velmor.Box.Inner;[][]", pool->get(5)->toLiteral());
+    EXPECT_EQ("Method void com.velmor.gc.Builtins.box(int, [D, java.lang.String)",
+              pool->get(method)->toLiteral());
+    EXPECT_EQ("", pool->get(field)->toLiteral());
+    EXPECT_EQ("", pool->get(4)->toLiteral());
+    EXPECT_EQ("infinity", pool->get(field + 1)->getValue());
+    EXPECT_EQ("Double -infinity", pool->get(field + 2)->toLiteral());
+}
+
+} // namespace
