@@ -187,16 +187,16 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
         failRead("constant pool full",
                  formatText("Reading TKB failed: the constant pool cannot grow beyond %d slots",
                             MAX_SIZE));
-    // No entry is ever reused, and the warning is kept once per existing slot; written as one
-    // block.
+    // No entry is ever reused, and the warning is kept once per existing slot. The lines are
+    // written as one block cut from a cached run, since files with many StackMap attributes add
+    // many entries to a large pool.
     static const std::string warning = "operator== not implemented! always return false\n";
-    if (size() > 1) {
-        std::string lines;
-        lines.reserve(warning.size() * (size() - 1));
-        for (uint32_t i = 1; i < size(); ++i)
-            lines += warning;
-        std::cerr << lines << std::flush;
-    }
+    thread_local std::string warnings;
+    const size_t lines = size() > 1 ? size() - 1 : 0;
+    while (warnings.size() < lines * warning.size())
+        warnings += warning;
+    std::cerr.write(warnings.data(), static_cast<std::streamsize>(lines * warning.size()));
+    std::cerr.flush();
     entries.resize(newSize);
     entry->index = newIndex;
     entries[newIndex] = std::move(entry);
