@@ -1,0 +1,357 @@
+#include "codecs/tkb/RuleFileInfoExtraction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "classfile/AnnotationAttributes.h"
+#include "classfile/AnnotationInfo.h"
+#include "classfile/AttributeCode.h"
+#include "classfile/ClassInfo.h"
+#include "classfile/TableAttributes.h"
+#include "rulefileinfo/RuleFileInfoImpl.h"
+#include "util/StringUtils.h"
+
+namespace tkb {
+
+const char* const MARKER_ANNOTATION_TYPE = "Lcom/velmor/gc/TKAAnnotations;";
+
+namespace {
+
+using classfile::AnnotationInfo;
+using classfile::Attribute;
+using classfile::AttributeKind;
+using classfile::ClassInfo;
+using classfile::ConstantPool;
+using classfile::ElementValue;
+using classfile::MethodInfo;
+using ElementList = std::vector<std::unique_ptr<ElementValue>>;
+using AttributeList = std::vector<std::unique_ptr<Attribute>>;
+
+const char* const ATTRIBUTE_MARK = "_$ATTR";
+const char* const RULE_MARK = "_$RULE";
+const wchar_t* const ORDER_ANNOTATION = L"$Order";
+const wchar_t* const GROUP_ANNOTATION = L"$Group";
+const wchar_t* const START_RULE_ANNOTATION = L"$StartRule";
+constexpr double START_RULE_BONUS = 1000000.0;
+
+std::wstring widen(const std::string& s) {
+    return util::StringUtils::toUTF32FromUTF8(s);
+}
+
+const Attribute* firstOfKind(const AttributeList& attributes, AttributeKind kind) {
+    for (const auto& attribute : attributes)
+        if (attribute->kind() == kind)
+            return attribute.get();
+    return nullptr;
+}
+
+const classfile::AttributeRuntimeAnnotations* visibleAnnotations(const AttributeList& attributes) {
+    return static_cast<const classfile::AttributeRuntimeAnnotations*>(
+        firstOfKind(attributes, AttributeKind::RuntimeVisibleAnnotations));
+}
+
+// The first LocalVariableTable of the method's first Code attribute, if any.
+const classfile::AttributeLocalVariableTable* localVariables(const MethodInfo& method) {
+    const auto* code = static_cast<const classfile::AttributeCode*>(
+        firstOfKind(method.attributes, AttributeKind::Code));
+    if (!code)
+        return nullptr;
+    return static_cast<const classfile::AttributeLocalVariableTable*>(
+        firstOfKind(code->attributes, AttributeKind::LocalVariableTable));
+}
+
+bool isMarker(const ConstantPool& pool, const AnnotationInfo& annotation) {
+    return pool.valueAt(annotation.type_index, "an annotation type") == MARKER_ANNOTATION_TYPE;
+}
+
+// The nested annotations of a marker: the values of its first element, which is an array.
+const ElementList& nestedOf(const AnnotationInfo& marker) {
+    static const ElementList none;
+    return marker.element_value_pairs.empty() ? none : marker.element_value_pairs.front()->values;
+}
+
+std::string elementName(const ConstantPool& pool, const ElementValue& pair) {
+    return pool.valueAt(pair.element_name_index, "an element name");
+}
+
+std::string elementText(const ConstantPool& pool, const ElementValue& value) {
+    return pool.valueAt(value.const_value_index, "an element value");
+}
+
+enum class EntryKind { Attribute, Rule };
+
+// Calls take(kind) for every "name" element of the marker's nested annotations that marks an
+// attribute or a rule, in order.
+template <typename Take>
+void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Take take) {
+    for (const auto& value : nestedOf(marker)) {
+        if (!value->annotation_value)
+            continue;
+        for (const auto& pair : value->annotation_value->element_value_pairs) {
+            if (elementName(pool, *pair) != "name")
+                continue;
+            const std::string mark = elementText(pool, *pair);
+            if (mark == ATTRIBUTE_MARK)
+                take(EntryKind::Attribute);
+            else if (mark == RULE_MARK)
+                take(EntryKind::Rule);
+        }
+    }
+}
+
+// Fills list with one annotation per nested annotation of the marker.
+void fillAnnotationList(const ClassInfo& classFile, const AnnotationInfo& marker,
+                        AnnotationImpl* list) {
+    const ElementList& nested = nestedOf(marker);
+    for (size_t k = 0; k < nested.size(); ++k)
+        if (nested[k]->annotation_value)
+            fillAnnotation(classFile, list[k], *nested[k]->annotation_value);
+}
+
+void applySortAnnotations(EntryImpl& entry) {
+    for (size_t i = 0; i < entry.numAnnotations; ++i) {
+        const AnnotationImpl& annotation = entry.annotations[i];
+        const size_t n = annotation.numArguments;
+        const AnnotationArgumentImpl* args = annotation.arguments;
+        if (annotation.name == ORDER_ANNOTATION && n > 0 && args[0].type == kov::VT_FLOAT)
+            entry.order = args[0].floatValue;
+        if (annotation.name == GROUP_ANNOTATION && n > 0 && args[n - 1].type == kov::VT_FLOAT) {
+            entry.groupOrder = args[n - 1].floatValue;
+            entry.group.clear();
+            for (size_t k = 0; k + 1 < n; ++k)
+                if (args[k].type == kov::VT_STR)
+                    entry.group += args[k].strValue;
+        }
+        if (annotation.name == START_RULE_ANNOTATION && n == 0)
+            entry.order += START_RULE_BONUS;
+    }
+}
+
+void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
+               const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker) {
+    const ConstantPool& pool = *classFile.constant_pool;
+    entry.name = widen(entryName(method.name()));
+
+    std::vector<int32_t> types;
+    const int32_t count = parseMethodDescriptor(method.descriptor(), &types);
+    entry.returnType = types[0];
+
+    entry.setNumParameters(static_cast<size_t>(count));
+    for (int32_t k = 0; k < count; ++k) {
+        ParameterImpl& parameter = entry.parameters[k];
+        parameter.type = types[k + 1];
+        if (locals && static_cast<size_t>(k) < locals->local_variable_table.size())
+            parameter.name =
+                widen(pool.valueAt(locals->local_variable_table[k].name_index, "a parameter name"));
+        else
+            parameter.name = L"param" + std::wstring(1, static_cast<wchar_t>(L'0' + k));
+    }
+
+    entry.setNumAnnotations(nestedOf(marker).size());
+    fillAnnotationList(classFile, marker, entry.annotations);
+
+    entry.order = -count;
+    applySortAnnotations(entry);
+}
+
+// A strict weak order on doubles, NaN after everything, so that a damaged "$Order" value cannot
+// break the sort.
+bool lessDouble(double a, double b) {
+    if (std::isnan(a))
+        return false;
+    return std::isnan(b) || a < b;
+}
+
+bool presentationLess(const EntryImpl& a, const EntryImpl& b) {
+    if (lessDouble(a.groupOrder, b.groupOrder) || lessDouble(b.groupOrder, a.groupOrder))
+        return lessDouble(a.groupOrder, b.groupOrder);
+    if (a.group != b.group)
+        return a.group < b.group;
+    if (lessDouble(a.order, b.order) || lessDouble(b.order, a.order))
+        return lessDouble(a.order, b.order);
+    return a.name < b.name;
+}
+
+} // namespace
+
+int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t>* types) {
+    constexpr int32_t NO_CODE = -1;
+    // Reads the type at pos and moves pos past it.
+    auto readType = [&descriptor](size_t& pos) -> int32_t {
+        const char c = descriptor[pos++];
+        switch (c) {
+        case 'V': return kov::VT_VOID;
+        case 'Z': return kov::VT_BOOL;
+        case 'D': return kov::VT_FLOAT;
+        case 'I': return kov::VT_INT;
+        case 'L': {
+            const size_t end = descriptor.find(';', pos);
+            if (end == std::string::npos) {
+                pos = descriptor.size();
+                return kov::VT_UNKNOWN;
+            }
+            const size_t start = pos;
+            pos = end + 1;
+            return end >= start + 6 && descriptor.compare(end - 6, 6, "String") == 0
+                       ? kov::VT_STR
+                       : kov::VT_UNKNOWN;
+        }
+        default: return c >= 'B' && c <= 'Z' ? kov::VT_UNKNOWN : NO_CODE;
+        }
+    };
+
+    if (types)
+        types->assign(descriptor.size() + 1, kov::VT_UNKNOWN);
+    size_t pos = descriptor.find(')');
+    if (pos != std::string::npos && ++pos < descriptor.size()) {
+        const int32_t code = readType(pos);
+        if (types && code != NO_CODE)
+            (*types)[0] = code;
+    }
+
+    const size_t open = descriptor.find('(');
+    if (open == std::string::npos)
+        return 0;
+    int32_t count = 0;
+    pos = open + 1;
+    while (pos < descriptor.size() && descriptor[pos] != ')') {
+        ++count;
+        const char c = descriptor[pos];
+        if (c < 'B' || c > 'Z') {
+            ++pos;
+            continue;
+        }
+        const int32_t code = readType(pos);
+        if (types)
+            (*types)[count] = code;
+    }
+    return count;
+}
+
+std::string entryName(const std::string& methodName) {
+    std::string name = methodName;
+    const size_t first = name.find('$');
+    if (first != std::string::npos)
+        std::replace(name.begin() + first + 1, name.end(), '$', '.');
+    return name;
+}
+
+void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
+                    const AnnotationInfo& nested) {
+    enum Field { TYPES, NAMES, BVALS, DVALS, SVALS, NONE };
+    static const char* const fieldNames[] = {"types", "names", "bvals", "dvals", "svals"};
+    const ConstantPool& pool = *classFile.constant_pool;
+
+    annotation.setNumArguments(0);
+    bool sized = false;
+    for (const auto& pair : nested.element_value_pairs) {
+        const std::string name = elementName(pool, *pair);
+        if (name == "name") {
+            annotation.name = widen(elementText(pool, *pair));
+            continue;
+        }
+        Field field = NONE;
+        for (int f = TYPES; f < NONE; ++f)
+            if (name == fieldNames[f])
+                field = static_cast<Field>(f);
+        if (field == NONE)
+            continue;
+
+        const ElementList& values = pair->values;
+        if (!sized) {
+            annotation.setNumArguments(values.size());
+            sized = true;
+        }
+        for (size_t k = 0; k < annotation.numArguments; ++k) {
+            AnnotationArgumentImpl& argument = annotation.arguments[k];
+            const ElementValue* value = k < values.size() ? values[k].get() : nullptr;
+            const classfile::ConstantPoolEntry* constant =
+                value ? pool.get(value->const_value_index) : nullptr;
+            const auto* integer = constant && constant->tag() == classfile::ConstantTag::Integer
+                                      ? static_cast<const classfile::CPEInteger*>(constant)
+                                      : nullptr;
+            switch (field) {
+            case TYPES: {
+                const int32_t code = integer ? integer->value : 0;
+                argument.type = code == 'f'   ? kov::VT_FLOAT
+                                : code == 's' ? kov::VT_STR
+                                : code == 'b' ? kov::VT_BOOL
+                                              : kov::VT_UNKNOWN;
+                break;
+            }
+            case NAMES:
+                argument.key = value ? widen(elementText(pool, *value)) : std::wstring();
+                break;
+            case BVALS: argument.boolValue = integer && integer->value != 0; break;
+            case DVALS:
+                argument.floatValue =
+                    constant && constant->tag() == classfile::ConstantTag::Double
+                        ? static_cast<const classfile::CPEDouble*>(constant)->value
+                        : 0.0;
+                break;
+            case SVALS:
+                argument.strValue = value ? widen(elementText(pool, *value)) : std::wstring();
+                break;
+            case NONE: break;
+            }
+        }
+    }
+}
+
+RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
+    const ConstantPool& pool = *classFile.constant_pool;
+    auto info = std::make_unique<RuleFileInfoImpl>();
+
+    if (const auto* fileAnnotations = visibleAnnotations(classFile.attributes)) {
+        for (const auto& annotation : fileAnnotations->annotations) {
+            if (!isMarker(pool, *annotation))
+                continue;
+            info->setNumAnnotations(nestedOf(*annotation).size());
+            fillAnnotationList(classFile, *annotation, info->annotations);
+        }
+    }
+
+    size_t attributeCount = 0;
+    size_t ruleCount = 0;
+    for (const auto& method : classFile.methods) {
+        const auto* annotations = visibleAnnotations(method->attributes);
+        if (!annotations)
+            continue;
+        for (const auto& annotation : annotations->annotations)
+            if (isMarker(pool, *annotation))
+                forEachEntryMark(pool, *annotation, [&](EntryKind kind) {
+                    ++(kind == EntryKind::Attribute ? attributeCount : ruleCount);
+                });
+    }
+    info->setNumAttributes(attributeCount);
+    info->setNumRules(ruleCount);
+
+    size_t nextAttribute = 0;
+    size_t nextRule = 0;
+    for (const auto& method : classFile.methods) {
+        const auto* annotations = visibleAnnotations(method->attributes);
+        if (!annotations)
+            continue;
+        const auto* locals = localVariables(*method);
+        for (const auto& annotation : annotations->annotations) {
+            if (!isMarker(pool, *annotation))
+                continue;
+            EntryImpl* taken = nullptr;
+            forEachEntryMark(pool, *annotation, [&](EntryKind kind) {
+                if (kind == EntryKind::Attribute && nextAttribute < info->numAttributes)
+                    taken = &info->attributes[nextAttribute++];
+                else if (kind == EntryKind::Rule && nextRule < info->numRules)
+                    taken = &info->rules[nextRule++];
+            });
+            if (taken)
+                fillEntry(classFile, *taken, *method, locals, *annotation);
+        }
+    }
+
+    std::stable_sort(info->attributes, info->attributes + info->numAttributes, presentationLess);
+    std::stable_sort(info->rules, info->rules + info->numRules, presentationLess);
+    return info.release();
+}
+
+} // namespace tkb

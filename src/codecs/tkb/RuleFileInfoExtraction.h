@@ -1,0 +1,42 @@
+#pragma once
+
+// Describes a compiled rule file to the outside: its attributes and rules with their types,
+// parameters and annotations, read from the rule compiler's marker annotations.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class AnnotationImpl;
+class RuleFileInfoImpl;
+
+namespace classfile {
+class AnnotationInfo;
+class ClassInfo;
+} // namespace classfile
+
+namespace tkb {
+
+/// The annotation type with which the rule compiler marks the file, its attributes and its rules.
+extern const char* const MARKER_ANNOTATION_TYPE;
+
+/// Counts the parameters of a method descriptor. With types, also reads the value type codes:
+/// types is resized to one slot per descriptor character plus one, all kov::VT_UNKNOWN, then slot 0
+/// receives the return type and slot k + 1 the type of parameter k. An array mark "[" counts as a
+/// parameter of its own and gets no code, so "([I)V" has two parameters.
+int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t>* types = nullptr);
+
+/// The entry name of a method: everything up to the first "$" is kept, every later "$" becomes
+/// "." ("a$b$c" gives "a$b.c").
+std::string entryName(const std::string& methodName);
+
+/// Fills annotation from one nested annotation of a marker ("name", "types", "names", "bvals",
+/// "dvals", "svals"). Pool lookups go through classFile's pool and fail as the reader's do.
+void fillAnnotation(const classfile::ClassInfo& classFile, AnnotationImpl& annotation,
+                    const classfile::AnnotationInfo& nested);
+
+/// A new rule file info for the class file, attributes and rules sorted for presentation. The
+/// caller owns the result.
+RuleFileInfoImpl* fillRuleFileInfo(const classfile::ClassInfo& classFile);
+
+} // namespace tkb

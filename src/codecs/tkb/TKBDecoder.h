@@ -1,0 +1,18 @@
+#pragma once
+
+#include "kovx/Extension.h"
+
+namespace tkb {
+
+/// Decodes a compiled rule file into one rule program (kovx::TKB). Stateless.
+class TKBDecoder : public kovx::Decoder {
+  public:
+    ~TKBDecoder() override;
+    ExtensionType getExtensionType() const override { return ET_DECODER; }
+    kov::ContentType getContentType() const override { return kov::CT_RULEFILE; }
+    /// Appends exactly one rule program on success. Any failure of the translation passes on
+    /// unchanged and leaves results as they were.
+    void decode(kovx::ContentPtrVector& results, std::istream& stream) const override;
+};
+
+} // namespace tkb

@@ -1,0 +1,332 @@
+#include "codecs/tkb/Translator.h"
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include <boost/make_shared.hpp>
+
+#include "classfile/AttributeCode.h"
+#include "classfile/ByteStream.h"
+#include "classfile/ClassInfo.h"
+#include "classfile/TableAttributes.h"
+#include "codecs/tkb/BuiltinTables.h"
+#include "codecs/tkb/RuleFileInfoExtraction.h"
+#include "kovx/Log.h"
+#include "kovx/StatusException.h"
+#include "kovx/TKB.h"
+#include "rulefileinfo/RuleFileInfoImpl.h"
+#include "util/RuntimeErrorST.h"
+#include "util/StringUtils.h"
+
+namespace tkb {
+
+namespace {
+
+using classfile::ClassInfo;
+using classfile::ConstantPool;
+using classfile::ConstantTag;
+using kovx::TKBConstant;
+using kovx::TKBMethod;
+
+// The rule compiler always puts the rule file's own class at this pool index; references compare
+// their class index against the number, not the class name.
+constexpr uint32_t OWN_CLASS_INDEX = 2;
+constexpr size_t BUILTINS_CLASS_MIN_LENGTH = 17;
+const char* const BUILTINS_CLASS_PREFIX = "com/velmor/";
+const char* const BUILTINS_CLASS_SUFFIX = "/Builtins";
+const char* const ENUM_TYPE_FACTORY = "valueOf";
+const char* const CREATE_SHAPE = "_$createShape";
+constexpr uint16_t ACC_PUBLIC = 0x0001;
+
+// Local variable type codes of the rule program.
+constexpr int32_t LOCAL_INT_OR_BOOL = 0;
+constexpr int32_t LOCAL_DOUBLE = 1;
+constexpr int32_t LOCAL_OBJECT = 2;
+
+std::wstring widen(const std::string& s) {
+    return util::StringUtils::toUTF32FromUTF8(s);
+}
+
+bool startsWith(const std::string& s, const char* prefix) {
+    return s.compare(0, std::strlen(prefix), prefix) == 0;
+}
+
+bool endsWith(const std::string& s, const char* suffix) {
+    const size_t n = std::strlen(suffix);
+    return s.size() >= n && s.compare(s.size() - n, n, suffix) == 0;
+}
+
+/// Logs the message at error level, then raises the unsupported-content status.
+template <typename... Args>
+[[noreturn]] void failUnsupported(const char* format, const Args&... args) {
+    {
+        kovx::LogFormatter log(kov::LOG_ERROR, format);
+        (log % ... % args);
+    }
+    throw kovx::StatusException(kov::STATUS_UNSUPPORTED_RULE_CONTENT);
+}
+
+class Translator {
+  public:
+    Translator(kovx::TKBProgram& program, const ClassInfo& classFile)
+        : mProgram(program), mClass(classFile), mPool(*classFile.constant_pool),
+          // Deliberately signed: a pool of 32768 or more slots is not translated.
+          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)) {}
+
+    void run() {
+        mapOwnMethods();
+        findBuiltinsClass();
+        translateConstants();
+        mProgram.ruleFileInfo = fillRuleFileInfo(mClass);
+    }
+
+  private:
+    const std::string& text(uint32_t index, const char* what) const {
+        return mPool.atAs<classfile::CPEUtf8>(index, what).value;
+    }
+
+    void mapOwnMethods() {
+        for (size_t position = 0; position < mClass.methods.size(); ++position) {
+            const classfile::MethodInfo& method = *mClass.methods[position];
+            mKey.assign(text(method.name_index, "a method name"));
+            mKey += text(method.descriptor_index, "a method descriptor");
+            mOwnMethods[mKey] = static_cast<int32_t>(position);
+        }
+    }
+
+    void findBuiltinsClass() {
+        for (int32_t i = 0; i < mPoolCount; ++i) {
+            const classfile::ConstantPoolEntry* entry = mPool.get(static_cast<uint32_t>(i));
+            if (!entry || entry->tag() != ConstantTag::Class)
+                continue;
+            const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
+            const std::string& name = text(classEntry.name_index, "a class name");
+            mClassNames[static_cast<uint32_t>(i)] = &name;
+            if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
+                startsWith(name, BUILTINS_CLASS_PREFIX) && endsWith(name, BUILTINS_CLASS_SUFFIX))
+                mBuiltinsClass = i;
+        }
+    }
+
+    void translateConstants() {
+        // A negative count fails here with the standard library's length error; kept so.
+        mProgram.constants.reserve(static_cast<size_t>(static_cast<int64_t>(mPoolCount)));
+        for (int32_t i = 0; i < mPoolCount; ++i) {
+            const classfile::ConstantPoolEntry* entry = mPool.get(static_cast<uint32_t>(i));
+            if (!entry)
+                continue;
+            switch (entry->tag()) {
+            case ConstantTag::String: {
+                const auto& string = static_cast<const classfile::CPEString&>(*entry);
+                store(i, TKBConstant::STRING,
+                      std::make_unique<boost::shared_ptr<std::wstring>>(
+                          boost::make_shared<std::wstring>(
+                              widen(text(string.string_index, "a string value")))));
+                break;
+            }
+            case ConstantTag::Double:
+                store(i, TKBConstant::DOUBLE,
+                      std::make_unique<double>(
+                          static_cast<const classfile::CPEDouble&>(*entry).value));
+                break;
+            case ConstantTag::Integer:
+                store(i, TKBConstant::INTEGER,
+                      std::make_unique<int32_t>(
+                          static_cast<const classfile::CPEInteger&>(*entry).value));
+                break;
+            case ConstantTag::MethodRef:
+                translateMethodRef(i, static_cast<const classfile::CPEMethodRef&>(*entry));
+                break;
+            case ConstantTag::FieldRef:
+                translateFieldRef(i, static_cast<const classfile::CPEFieldRef&>(*entry));
+                break;
+            default: break;
+            }
+        }
+    }
+
+    void translateMethodRef(int32_t i, const classfile::CPEMethodRef& ref) {
+        const classfile::CPENameAndType& nameAndType = ref.nameAndType();
+        const std::string& name = text(nameAndType.name_index, "a method name");
+        const std::string& descriptor = text(nameAndType.descriptor_index, "a method descriptor");
+        mKey.assign(name);
+        mKey += descriptor;
+
+        // A method of this file, whatever class the reference names.
+        auto own = mOwnMethods.find(mKey);
+        if (own != mOwnMethods.end()) {
+            storeMethod(i, definedMethod(i, own->second, name, descriptor));
+            return;
+        }
+        if (ref.classIndex == OWN_CLASS_INDEX) {
+            // Declared without a body: only rules (void) may be.
+            const size_t close = descriptor.find(')');
+            const char result = close != std::string::npos && close + 1 < descriptor.size()
+                                    ? descriptor[close + 1]
+                                    : '\0';
+            if (result != '\0' && std::strchr("BCDFIJSZL", result))
+                failUnsupported("TKB file contains illegal method '%s' with undefined body  - not "
+                                "a rule (not void).",
+                                mKey);
+            storeMethod(i, undefinedMethod(i, name, descriptor));
+            return;
+        }
+        if (ref.classIndex != mBuiltinsClass) {
+            if (name != ENUM_TYPE_FACTORY)
+                failUnsupported("TKB file contains non-recognized method %s (classIndex %d).", mKey,
+                                static_cast<int>(ref.classIndex));
+            // The returned type's simple name: "...;)Lcom/velmor/gc/Type;" gives "Type".
+            const size_t slash = descriptor.rfind('/');
+            std::string type = descriptor.substr(slash == std::string::npos ? 0 : slash + 1);
+            if (!type.empty())
+                type.pop_back();
+            mProgram.enumTypes.push_back(std::move(type));
+            store(i, TKBConstant::ENUM_TYPE,
+                  std::make_unique<int32_t>(static_cast<int32_t>(mProgram.enumTypes.size() - 1)));
+            return;
+        }
+        const BuiltinIndexMap& builtins = *getBuiltinIndexMap();
+        auto builtin = builtins.find(mKey);
+        if (builtin != builtins.end())
+            store(i, TKBConstant::BUILTIN, std::make_unique<int32_t>(builtin->second));
+        else if (name == CREATE_SHAPE)
+            store(i, TKBConstant::CREATE_SHAPE, std::unique_ptr<int32_t>());
+        else
+            failUnsupported("TKB file contains non-recognized builtin method %s.", mKey);
+    }
+
+    void translateFieldRef(int32_t i, const classfile::CPEFieldRef& ref) {
+        const classfile::CPEClass& classEntry = ref.classEntry();
+        auto known = mClassNames.find(classEntry.index);
+        const std::string& className = known != mClassNames.end()
+                                           ? *known->second
+                                           : text(classEntry.name_index, "a class name");
+        if (ref.classIndex == OWN_CLASS_INDEX) {
+            mProgram.fieldRefs.push_back(i);
+            return;
+        }
+        const size_t slash = className.rfind('/');
+        mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
+        const std::string& field = text(ref.nameAndType().name_index, "a field name");
+
+        const EnumValueMap& enums = *getEnumValueMap();
+        auto type = enums.find(mKey);
+        if (type == enums.end())
+            throw util::RuntimeErrorST("No enum '" + mKey + "' found in map!");
+        auto member = type->second.find(field);
+        const int32_t value = member == type->second.end() ? -1 : member->second;
+        store(i, TKBConstant::ENUM_VALUE,
+              std::make_unique<boost::shared_ptr<kovx::TKB::Enum>>(
+                  boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + field))));
+    }
+
+    static void setNames(TKBMethod& method, const std::string& name,
+                         const std::string& descriptor) {
+        method.name = widen(name);
+        const size_t dollar = method.name.find(L'$');
+        if (dollar != std::wstring::npos)
+            method.baseName = method.name.substr(0, dollar);
+        method.descriptor = widen(descriptor);
+    }
+
+    std::unique_ptr<TKBMethod> definedMethod(int32_t i, int32_t position, const std::string& name,
+                                             const std::string& descriptor) {
+        const classfile::MethodInfo& info = *mClass.methods[static_cast<size_t>(position)];
+        const classfile::AttributeCode* code = nullptr;
+        for (const auto& attribute : info.attributes) {
+            if (attribute->kind() == classfile::AttributeKind::Code) {
+                code = static_cast<const classfile::AttributeCode*>(attribute.get());
+                break;
+            }
+        }
+        if (!code)
+            failUnsupported("TKB file contains method '%s' without a Code attribute.", mKey);
+
+        auto method = std::make_unique<TKBMethod>();
+        method->poolIndex = i;
+        method->methodPosition = position;
+        method->undefined = 0;
+        method->maxStack = code->max_stack;
+        method->code = code->code;
+        for (const auto& attribute : code->attributes) {
+            if (attribute->kind() != classfile::AttributeKind::LocalVariableTable)
+                continue;
+            const auto& table =
+                static_cast<const classfile::AttributeLocalVariableTable&>(*attribute);
+            method->paramCount = parseMethodDescriptor(descriptor);
+            method->localTypes.assign(table.local_variable_table.size(), 0);
+            method->localSlots = 0;
+            for (size_t k = 0; k < table.local_variable_table.size(); ++k) {
+                const std::string& local = text(table.local_variable_table[k].descriptor_index,
+                                                "a local variable descriptor");
+                if (local == "I" || local == "Z") {
+                    method->localTypes[k] = LOCAL_INT_OR_BOOL;
+                    method->localSlots += 1;
+                } else if (local == "D") {
+                    method->localTypes[k] = LOCAL_DOUBLE;
+                    method->localSlots += 2;
+                } else if (!local.empty() && local[0] == 'L') {
+                    method->localTypes[k] = LOCAL_OBJECT;
+                    method->localSlots += 1;
+                } else {
+                    failUnsupported("TKB file: Datatype '%s' not supported.", local);
+                }
+            }
+        }
+        method->isPublic = (info.access_flags & ACC_PUBLIC) != 0;
+        setNames(*method, name, descriptor);
+        return method;
+    }
+
+    static std::unique_ptr<TKBMethod> undefinedMethod(int32_t i, const std::string& name,
+                                                      const std::string& descriptor) {
+        auto method = std::make_unique<TKBMethod>();
+        method->poolIndex = i;
+        method->methodPosition = -1;
+        method->undefined = 1;
+        method->maxStack = -1;
+        method->isPublic = 1;
+        setNames(*method, name, descriptor);
+        return method;
+    }
+
+    void storeMethod(int32_t i, std::unique_ptr<TKBMethod> method) {
+        std::wstring key = method->name + method->descriptor;
+        store(i, TKBConstant::METHOD, std::move(method));
+        mProgram.methodIndex[key] = i;
+    }
+
+    // Hands value to the program at pool index i; nothing leaks if growing the table fails.
+    template <typename T> void store(int32_t i, uint32_t kind, std::unique_ptr<T> value) {
+        mProgram.constants.resize(static_cast<size_t>(i) + 1);
+        auto constant = std::make_unique<TKBConstant>();
+        constant->kind = kind;
+        constant->value = value.release();
+        mProgram.constants[static_cast<size_t>(i)] = constant.release();
+    }
+
+    kovx::TKBProgram& mProgram;
+    const ClassInfo& mClass;
+    const ConstantPool& mPool;
+    const int32_t mPoolCount;
+    /// Method name followed by descriptor -> position; the later of equal keys wins.
+    std::map<std::string, int32_t> mOwnMethods;
+    int32_t mBuiltinsClass = -1;
+    /// Pool index -> name of every class entry (texts owned by the pool).
+    std::unordered_map<uint32_t, const std::string*> mClassNames;
+    /// Lookup key, reused so that lookups do not allocate.
+    std::string mKey;
+};
+
+} // namespace
+
+void translate(kovx::TKBProgram& program, std::istream& input) {
+    classfile::ByteStream stream(input);
+    const auto classFile = std::make_unique<ClassInfo>(stream);
+    Translator(program, *classFile).run();
+}
+
+} // namespace tkb
