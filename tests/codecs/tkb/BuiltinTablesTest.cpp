@@ -90,20 +90,40 @@ TEST(BuiltinTableTest, HasFixedSizeEndsAndWellFormedUniqueRows) {
 
 TEST(BuiltinTableTest, OverloadGroupsHoldExactlyTheirIds) {
     const std::map<std::string, std::vector<int>> groups = {
-        {"alignScopeToAxes", {2, 3}}, {"alignScopeToGeometry", {4, 5, 6, 7, 8, 9}},
-        {"bool", {17, 18, 19}}, {"color", {23, 24}}, {"convexify", {30, 31}},
-        {"envelope", {35, 36, 37, 38, 39, 40, 41, 42}}, {"extrude", {45, 46}},
-        {"geometry$area", {52, 53}}, {"geometry$uMax", {65, 66}}, {"geometry$uMin", {67, 68}},
-        {"geometry$vMax", {70, 71}}, {"geometry$vMin", {72, 73}}, {"inside", {88, 89}},
-        {"offset", {152, 153}}, {"overlaps", {155, 156}}, {"print", {165, 166, 167}},
-        {"r", {169, 170}}, {"rand", {171, 172, 173}}, {"report", {175, 176, 177}},
-        {"roof", {180, 181}}, {"roofGable", {182, 183, 184, 185, 186}},
-        {"roofHip", {187, 188, 189}}, {"roofShed", {191, 192}}, {"scatter", {198, 199}},
-        {"set", {212, 213, 214}}, {"setupProjection", {216, 217, 218, 219}},
-        {"setupUV", {220, 221}}, {"split", {228, 229, 230}}, {"str", {234, 235, 236}},
-        {"touches", {243, 244}}, {"_$add", {251, 252, 253, 254, 255}},
+        {"alignScopeToAxes", {2, 3}},
+        {"alignScopeToGeometry", {4, 5, 6, 7, 8, 9}},
+        {"bool", {17, 18, 19}},
+        {"color", {23, 24}},
+        {"convexify", {30, 31}},
+        {"envelope", {35, 36, 37, 38, 39, 40, 41, 42}},
+        {"extrude", {45, 46}},
+        {"geometry$area", {52, 53}},
+        {"geometry$uMax", {65, 66}},
+        {"geometry$uMin", {67, 68}},
+        {"geometry$vMax", {70, 71}},
+        {"geometry$vMin", {72, 73}},
+        {"inside", {88, 89}},
+        {"offset", {152, 153}},
+        {"overlaps", {155, 156}},
+        {"print", {165, 166, 167}},
+        {"r", {169, 170}},
+        {"rand", {171, 172, 173}},
+        {"report", {175, 176, 177}},
+        {"roof", {180, 181}},
+        {"roofGable", {182, 183, 184, 185, 186}},
+        {"roofHip", {187, 188, 189}},
+        {"roofShed", {191, 192}},
+        {"scatter", {198, 199}},
+        {"set", {212, 213, 214}},
+        {"setupProjection", {216, 217, 218, 219}},
+        {"setupUV", {220, 221}},
+        {"split", {228, 229, 230}},
+        {"str", {234, 235, 236}},
+        {"touches", {243, 244}},
+        {"_$add", {251, 252, 253, 254, 255}},
         {"_$createSplitNode", {258, 259, 260, 261, 262, 263, 264, 265}},
-        {"_$float", {268, 269, 270}}, {"_$getHandle", {272, 273, 274, 275}},
+        {"_$float", {268, 269, 270}},
+        {"_$getHandle", {272, 273, 274, 275}},
     };
     std::map<std::string, std::vector<int>> actual;
     for (std::size_t i = 0; i < tkb::BUILTIN_FUNCTIONS_COUNT; ++i)
@@ -130,9 +150,14 @@ TEST(BuiltinTableTest, KeepsItsDeliberateOrderQuirks) {
     EXPECT_STREQ(tkb::BUILTIN_FUNCTIONS[151].name, "normalizeUV");
 
     const char* envelope[] = {
-        "(Lcom/velmor/gc/Direction;DDDDDDD)V", "(Lcom/velmor/gc/Direction;DDDDDDDDD)V",
-        "(DDD)V", "(DDDDD)V", "(DDDDDDD)V", "(DDDDDDDDD)V",
-        "(Lcom/velmor/gc/Direction;DDD)V", "(Lcom/velmor/gc/Direction;DDDDD)V",
+        "(Lcom/velmor/gc/Direction;DDDDDDD)V",
+        "(Lcom/velmor/gc/Direction;DDDDDDDDD)V",
+        "(DDD)V",
+        "(DDDDD)V",
+        "(DDDDDDD)V",
+        "(DDDDDDDDD)V",
+        "(Lcom/velmor/gc/Direction;DDD)V",
+        "(Lcom/velmor/gc/Direction;DDDDD)V",
     };
     for (int i = 0; i < 8; ++i)
         EXPECT_STREQ(tkb::BUILTIN_FUNCTIONS[35 + i].descriptor, envelope[i]) << 35 + i;
@@ -154,7 +179,8 @@ TEST(BuiltinIndexMapTest, MapsExactKeysToIdsAndMissesEverythingElse) {
     EXPECT_EQ(tkb::findBuiltinId("rand()D"), 171);
     EXPECT_EQ(tkb::findBuiltinId("rand(D)D"), 172);
     EXPECT_EQ(tkb::findBuiltinId("rand(DD)D"), 173);
-    EXPECT_EQ(tkb::findBuiltinId("split(Lcom/velmor/gc/SplitAxis;Lcom/velmor/gc/SplitNode;)V"), 229);
+    EXPECT_EQ(tkb::findBuiltinId("split(Lcom/velmor/gc/SplitAxis;Lcom/velmor/gc/SplitNode;)V"),
+              229);
 
     EXPECT_EQ(tkb::findBuiltinId("abs"), -1);
     EXPECT_EQ(tkb::findBuiltinId("abs (D)D"), -1);
@@ -167,19 +193,52 @@ TEST(BuiltinIndexMapTest, MapsExactKeysToIdsAndMissesEverythingElse) {
 
 TEST(EnumTableTest, TypesAreContiguousSortedAndSizedAsListed) {
     const std::vector<std::pair<std::string, std::size_t>> sizes = {
-        {"AdjustSelector", 2}, {"AlignAxesSelector", 3}, {"AngleSelector", 3},
-        {"AreaSelector", 30}, {"AttributeSelector", 6}, {"AttributeSelectorXY", 2}, {"Auto", 1},
-        {"AxesSelector", 7}, {"AxisMapSelector", 3}, {"AxisSelector", 6},
-        {"AxisSelectorRatio", 4}, {"AxisSelectorSize", 7}, {"AxisWorld", 6},
-        {"CenterSelector", 2}, {"Comp", 48}, {"CompSelector", 3}, {"ComponentSelector", 4},
-        {"CoordSelector", 3}, {"CoordSystem", 4}, {"Direction", 2}, {"DistributionType", 2},
-        {"DistributionType1", 1}, {"Domain", 3}, {"EdgeSelector", 2}, {"FaceSelector", 2},
-        {"FaceSelectorAny", 3}, {"GeoCoordSelector", 4}, {"Mode", 2}, {"NormalsMode", 2},
-        {"OffsetSelector", 3}, {"OrientationSelector", 28}, {"PrjAxesSelector", 12},
-        {"RoofType", 3}, {"RoofTypeGable", 1}, {"Scale", 4}, {"ScatterMean", 7},
-        {"Setback", 31}, {"ShapeLUO", 2}, {"SplitAxis", 3}, {"SplitDirection", 2},
-        {"SurfaceParameterization", 2}, {"TargetSelector", 3}, {"TypeSelector", 2},
-        {"UpAxisSelector", 2}, {"UvNormalizeMode", 4}, {"UvNormalizeType", 2},
+        {"AdjustSelector", 2},
+        {"AlignAxesSelector", 3},
+        {"AngleSelector", 3},
+        {"AreaSelector", 30},
+        {"AttributeSelector", 6},
+        {"AttributeSelectorXY", 2},
+        {"Auto", 1},
+        {"AxesSelector", 7},
+        {"AxisMapSelector", 3},
+        {"AxisSelector", 6},
+        {"AxisSelectorRatio", 4},
+        {"AxisSelectorSize", 7},
+        {"AxisWorld", 6},
+        {"CenterSelector", 2},
+        {"Comp", 48},
+        {"CompSelector", 3},
+        {"ComponentSelector", 4},
+        {"CoordSelector", 3},
+        {"CoordSystem", 4},
+        {"Direction", 2},
+        {"DistributionType", 2},
+        {"DistributionType1", 1},
+        {"Domain", 3},
+        {"EdgeSelector", 2},
+        {"FaceSelector", 2},
+        {"FaceSelectorAny", 3},
+        {"GeoCoordSelector", 4},
+        {"Mode", 2},
+        {"NormalsMode", 2},
+        {"OffsetSelector", 3},
+        {"OrientationSelector", 28},
+        {"PrjAxesSelector", 12},
+        {"RoofType", 3},
+        {"RoofTypeGable", 1},
+        {"Scale", 4},
+        {"ScatterMean", 7},
+        {"Setback", 31},
+        {"ShapeLUO", 2},
+        {"SplitAxis", 3},
+        {"SplitDirection", 2},
+        {"SurfaceParameterization", 2},
+        {"TargetSelector", 3},
+        {"TypeSelector", 2},
+        {"UpAxisSelector", 2},
+        {"UvNormalizeMode", 4},
+        {"UvNormalizeType", 2},
     };
     ASSERT_EQ(sizes.size(), tkb::ENUM_TYPE_COUNT);
 
@@ -194,7 +253,8 @@ TEST(EnumTableTest, TypesAreContiguousSortedAndSizedAsListed) {
     }
     EXPECT_EQ(runs, sizes);
     for (std::size_t i = 1; i < runs.size(); ++i)
-        EXPECT_LT(std::strcmp(runs[i - 1].first.c_str(), runs[i].first.c_str()), 0) << runs[i].first;
+        EXPECT_LT(std::strcmp(runs[i - 1].first.c_str(), runs[i].first.c_str()), 0)
+            << runs[i].first;
 
     const tkb::EnumValueMap* map = tkb::getEnumValueMap();
     EXPECT_EQ(map->size(), tkb::ENUM_TYPE_COUNT);

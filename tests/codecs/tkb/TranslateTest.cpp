@@ -1,0 +1,288 @@
+// The constant table, the method records and the failures of the translation.
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "LogCapture.h"
+#include "TkbTestSupport.h"
+#include "classwriter/RuleFileBuilder.h"
+#include "codecs/tkb/BuiltinTables.h"
+#include "kovx/StatusException.h"
+#include "util/RuntimeErrorST.h"
+
+using classwriter::RuleCode;
+using classwriter::RuleFileBuilder;
+using kovx::TKBConstant;
+using tkbtest::describe;
+using tkbtest::methodAt;
+using tkbtest::translateBytes;
+
+namespace {
+
+const char* const GC = "com/velmor/gc/";
+
+// Translates bytes, expecting the unsupported-content status and exactly one error line.
+void expectUnsupported(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes,
+                       const std::string& logged) {
+    kovtest::LogCapture log;
+    try {
+        translateBytes(program, bytes);
+        ADD_FAILURE() << "translated: " << logged;
+    } catch (const kovx::StatusException& e) {
+        EXPECT_EQ(e.getStatus(), kov::STATUS_UNSUPPORTED_RULE_CONTENT);
+    }
+    ASSERT_EQ(log.messages().size(), 1u);
+    EXPECT_EQ(log.messages()[0].first, kov::LOG_ERROR);
+    EXPECT_EQ(log.messages()[0].second, logged);
+    EXPECT_EQ(program.ruleFileInfo, nullptr);
+}
+
+} // namespace
+
+TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
+    RuleFileBuilder b;
+    b.addRule("Lot", "()V", {}, {},
+              RuleCode()
+                  .pushString("h\xC3\xA9llo")
+                  .pushInt(-7)
+                  .pushDouble(2.5)
+                  .callBuiltin("extrude", "(D)V")
+                  .readEnum("AlignAxesSelector", "y")
+                  .readEnum("AlignAxesSelector", "w")
+                  .enumValueOf("AlignAxesSelector")
+                  .enumValueOf("AreaSelector")
+                  .readField("seed", "D")
+                  .callRule("Lot", "()V"));
+    // A second, separate valueOf reference to the same type.
+    const uint16_t axes = b.classNamed(std::string(GC) + "AlignAxesSelector");
+    const uint16_t again = b.writer().pool.methodref(
+        axes, b.nameAndType("valueOf", "(Ljava/lang/String;)Lcom/velmor/gc/AlignAxesSelector;"));
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+
+    const std::string axesType = "Lcom/velmor/gc/AlignAxesSelector;";
+    const uint16_t extrude =
+        b.methodref(b.classNamed(RuleFileBuilder::BUILTINS_CLASS), "extrude", "(D)V");
+    const uint16_t first =
+        b.methodref(axes, "valueOf", "(Ljava/lang/String;)Lcom/velmor/gc/AlignAxesSelector;");
+    const uint16_t area = b.methodref(b.classNamed(std::string(GC) + "AreaSelector"), "valueOf",
+                                      "(Ljava/lang/String;)Lcom/velmor/gc/AreaSelector;");
+    const std::pair<uint16_t, std::wstring> expected[] = {
+        {b.string("h\xC3\xA9llo"), L"string h\u00E9llo"},
+        {b.integer(-7), L"int -7"},
+        {b.doubleValue(2.5), L"double 2.5"},
+        {b.doubleValue(2.5) + 1, L"none"},
+        {extrude, L"builtin " + std::to_wstring(tkb::findBuiltinId("extrude(D)V"))},
+        {b.fieldref(axes, "y", axesType), L"enum AlignAxesSelector.y=1"},
+        {b.fieldref(axes, "w", axesType), L"enum AlignAxesSelector.w=-1"},
+        // valueOf references in pool order, duplicates kept.
+        {first, L"enum type 0"},
+        {area, L"enum type 1"},
+        {again, L"enum type 2"},
+    };
+    for (const auto& [index, text] : expected)
+        EXPECT_EQ(describe(p, index), text) << index;
+    EXPECT_EQ(p.enumTypes,
+              (std::vector<std::string>{"AlignAxesSelector", "AreaSelector", "AlignAxesSelector"}));
+
+    // Own fields are listed, not stored; own methods are indexed by name and descriptor.
+    const uint16_t seed = b.fieldref(RuleFileBuilder::OWN_CLASS_INDEX, "seed", "D");
+    EXPECT_EQ(p.fieldRefs, std::vector<int32_t>{seed});
+    EXPECT_EQ(p.constants[seed], nullptr);
+    const uint16_t lot = b.methodref(RuleFileBuilder::OWN_CLASS_INDEX, "Lot", "()V");
+    EXPECT_EQ(p.methodIndex, (std::map<std::wstring, int32_t>{{L"Lot()V", lot}}));
+    EXPECT_NE(p.ruleFileInfo, nullptr);
+}
+
+TEST(TranslateTest, TableEndsAtTheLastTranslatedEntry) {
+    RuleFileBuilder b;
+    const uint16_t five = b.integer(5);
+    b.utf8("trailing");
+    b.nameAndType("a", "()V");
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+    EXPECT_EQ(p.constants.size(), five + 1u);
+    EXPECT_TRUE(p.methodIndex.empty());
+    EXPECT_TRUE(p.enumTypes.empty());
+}
+
+TEST(TranslateTest, MethodRecordsDescribeTheReferencedRules) {
+    RuleFileBuilder b;
+    b.addRule("Mass", "(DLjava/lang/String;Z)V", {"w", "label", "on"}, {},
+              RuleCode().pushDouble(1.5).callBuiltin("extrude", "(D)V"));
+    b.addRule("Roof$gable$left", "()V", {}, {}, {}, RuleFileBuilder::PRIVATE_STATIC);
+    b.writeLocalVariableTables = false;
+    b.addRule("Bare", "(D)V", {"x"});
+    b.addFunction("Twin", "()V", {});
+    b.addFunction("Twin", "()V", {}, RuleCode().pushInt(1));
+    b.addRule("Lot", "()V", {}, {},
+              RuleCode()
+                  .callRule("Mass", "(DLjava/lang/String;Z)V")
+                  .callRule("Roof$gable$left", "()V")
+                  .callRule("Bare", "(D)V")
+                  .callRule("Twin", "()V"));
+    // A reference through a foreign class still finds the method of this file.
+    const uint16_t foreign = b.methodref(b.classNamed("com/other/Rules"), "Bare", "(D)V");
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+
+    const uint16_t massIndex = b.methodref(2, "Mass", "(DLjava/lang/String;Z)V");
+    const kovx::TKBMethod* mass = methodAt(p, massIndex);
+    ASSERT_NE(mass, nullptr);
+    EXPECT_EQ(mass->poolIndex, massIndex);
+    EXPECT_EQ(mass->methodPosition, 0);
+    EXPECT_EQ(mass->undefined, 0);
+    EXPECT_EQ(mass->maxStack, 2);
+    EXPECT_EQ(mass->paramCount, 3);
+    EXPECT_EQ(mass->localSlots, 4);
+    EXPECT_EQ(mass->localTypes, (std::vector<int32_t>{1, 2, 0}));
+    const uint16_t extrude =
+        b.methodref(b.classNamed(RuleFileBuilder::BUILTINS_CLASS), "extrude", "(D)V");
+    const uint16_t onePointFive = b.doubleValue(1.5);
+    EXPECT_EQ(mass->code,
+              (std::vector<uint8_t>{0x14, uint8_t(onePointFive >> 8), uint8_t(onePointFive), 0xB8,
+                                    uint8_t(extrude >> 8), uint8_t(extrude), 0xB1}));
+    EXPECT_EQ(mass->isPublic, 1);
+    EXPECT_EQ(mass->name, L"Mass");
+    EXPECT_EQ(mass->baseName, L"");
+    EXPECT_EQ(mass->descriptor, L"(DLjava/lang/String;Z)V");
+
+    const kovx::TKBMethod* roof = methodAt(p, b.methodref(2, "Roof$gable$left", "()V"));
+    ASSERT_NE(roof, nullptr);
+    EXPECT_EQ(roof->methodPosition, 1);
+    EXPECT_EQ(roof->isPublic, 0);
+    EXPECT_EQ(roof->baseName, L"Roof");
+
+    // Without a LocalVariableTable nothing about the locals is known.
+    for (const kovx::TKBMethod* bare :
+         {methodAt(p, b.methodref(2, "Bare", "(D)V")), methodAt(p, foreign)}) {
+        ASSERT_NE(bare, nullptr);
+        EXPECT_EQ(bare->methodPosition, 2);
+        EXPECT_EQ(bare->paramCount, 0);
+        EXPECT_EQ(bare->localSlots, 0);
+        EXPECT_TRUE(bare->localTypes.empty());
+    }
+    EXPECT_EQ(p.methodIndex.at(L"Bare(D)V"), foreign);
+    // Equal name and descriptor: the later method wins.
+    ASSERT_NE(methodAt(p, b.methodref(2, "Twin", "()V")), nullptr);
+    EXPECT_EQ(methodAt(p, b.methodref(2, "Twin", "()V"))->methodPosition, 4);
+}
+
+TEST(TranslateTest, UndefinedOwnMethodsMustBeVoid) {
+    for (const std::string result : {"V", "[I"}) {
+        RuleFileBuilder b;
+        b.addRule("Lot", "()V", {}, {}, RuleCode().callRule("Facade$side", "()" + result));
+        kovx::TKBProgram p;
+        translateBytes(p, b.bytes());
+        const uint16_t index = b.methodref(2, "Facade$side", "()" + result);
+        const kovx::TKBMethod* facade = methodAt(p, index);
+        ASSERT_NE(facade, nullptr) << result;
+        EXPECT_EQ(facade->poolIndex, index);
+        EXPECT_EQ(facade->methodPosition, -1);
+        EXPECT_EQ(facade->undefined, 1);
+        EXPECT_EQ(facade->maxStack, -1);
+        EXPECT_EQ(facade->paramCount, 0);
+        EXPECT_TRUE(facade->code.empty());
+        EXPECT_EQ(facade->isPublic, 1);
+        EXPECT_EQ(facade->baseName, L"Facade");
+        EXPECT_EQ(p.methodIndex.at(L"Facade$side()" + std::wstring(result.begin(), result.end())),
+                  index);
+    }
+    for (const std::string result :
+         {"I", "Z", "D", "F", "J", "S", "B", "C", "Ljava/lang/String;"}) {
+        RuleFileBuilder b;
+        const uint16_t before = b.integer(42);
+        b.addRule("Lot", "()V", {}, {}, RuleCode().callRule("Facade", "()" + result));
+        kovx::TKBProgram p;
+        expectUnsupported(p, b.bytes(),
+                          "TKB file contains illegal method 'Facade()" + result +
+                              "' with undefined body  - not a rule (not void).");
+        // What was stored before the failure stays.
+        EXPECT_EQ(describe(p, before), L"int 42");
+    }
+}
+
+TEST(TranslateTest, BuiltinsClassAndForeignMethods) {
+    RuleFileBuilder b;
+    const uint16_t notPrefix = b.classNamed("org/velmor/gc/Builtins");
+    const uint16_t notSuffix = b.classNamed("com/velmor/gc/BuiltinsX");
+    // A later builtins class replaces the constructor's one: calls through the first now fail.
+    const uint16_t last = b.classNamed("com/velmor/x/Builtins");
+    const uint16_t extrude = b.methodref(last, "extrude", "(D)V");
+    const uint16_t shape = b.methodref(last, "_$createShape", "(I)V");
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+    EXPECT_EQ(describe(p, extrude).substr(0, 8), L"builtin ");
+    EXPECT_EQ(describe(p, shape), L"shape");
+
+    // The builtin table is asked first, even for the shape-creation intrinsic.
+    tkb::BuiltinIndexMap& builtins = *tkb::getBuiltinIndexMap();
+    builtins["_$createShape(I)V"] = 9999;
+    kovx::TKBProgram q;
+    translateBytes(q, b.bytes());
+    builtins.erase("_$createShape(I)V");
+    EXPECT_EQ(describe(q, shape), L"builtin 9999");
+
+    for (uint16_t cls : {notPrefix, notSuffix, b.classNamed(RuleFileBuilder::BUILTINS_CLASS)}) {
+        RuleFileBuilder c = b;
+        c.methodref(cls, "extrude", "(D)V");
+        kovx::TKBProgram r;
+        expectUnsupported(r, c.bytes(),
+                          "TKB file contains non-recognized method extrude(D)V (classIndex " +
+                              std::to_string(cls) + ").");
+    }
+    RuleFileBuilder d = b;
+    d.methodref(last, "noSuch", "()V");
+    kovx::TKBProgram r;
+    expectUnsupported(r, d.bytes(), "TKB file contains non-recognized builtin method noSuch()V.");
+}
+
+TEST(TranslateTest, ContentTheProgramCannotExpress) {
+    {
+        RuleFileBuilder b;
+        b.addRule("Scale", "(F)V", {"f"});
+        b.addRule("Lot", "()V", {}, {}, RuleCode().callRule("Scale", "(F)V"));
+        kovx::TKBProgram p;
+        expectUnsupported(p, b.bytes(), "TKB file: Datatype 'F' not supported.");
+    }
+    {
+        RuleFileBuilder b;
+        b.addRule("Lot", "()V", {}, {}, RuleCode().callRule("Lot", "()V"));
+        auto& attributes = b.writer().methods[0].attributes;
+        attributes.erase(attributes.begin());
+        kovx::TKBProgram p;
+        expectUnsupported(p, b.bytes(),
+                          "TKB file contains method 'Lot()V' without a Code attribute.");
+    }
+    {
+        RuleFileBuilder b;
+        b.addRule("Lot", "()V", {}, {}, RuleCode().readEnum("NoSuchType", "x"));
+        kovx::TKBProgram p;
+        kovtest::LogCapture log;
+        try {
+            translateBytes(p, b.bytes());
+            ADD_FAILURE();
+        } catch (const util::RuntimeErrorST& e) {
+            EXPECT_STREQ(e.what(), "No enum 'NoSuchType' found in map!");
+        }
+        EXPECT_TRUE(log.messages().empty());
+    }
+}
+
+TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
+    RuleFileBuilder b;
+    // A class entry naming an integer: examining it would fail with a reader error.
+    b.writer().pool.classEntry(b.integer(1));
+    while (b.writer().pool.count() < 32768)
+        b.writer().pool.utf8("");
+    kovx::TKBProgram p;
+    try {
+        tkbtest::QuietStderr quiet;
+        translateBytes(p, b.bytes());
+        ADD_FAILURE();
+    } catch (const std::length_error& e) {
+        EXPECT_STREQ(e.what(), "vector::reserve");
+    }
+    EXPECT_TRUE(p.constants.empty());
+}
