@@ -236,6 +236,16 @@ TEST(TranslateTest, BuiltinsClassAndForeignMethods) {
     d.methodref(last, "noSuch", "()V");
     kovx::TKBProgram r;
     expectUnsupported(r, d.bytes(), "TKB file contains non-recognized builtin method noSuch()V.");
+
+    // Without any builtins class, calls to foreign classes are simply not recognized.
+    classwriter::ClassWriter bare;
+    bare.thisClass = bare.pool.classNamed("Rules");
+    const uint16_t other = bare.pool.classNamed("com/velmor/gc/Other");
+    bare.pool.methodref(other, bare.pool.nameAndTypeOf("extrude", "(D)V"));
+    kovx::TKBProgram s;
+    expectUnsupported(s, bare.bytes(),
+                      "TKB file contains non-recognized method extrude(D)V (classIndex " +
+                          std::to_string(other) + ").");
 }
 
 TEST(TranslateTest, ContentTheProgramCannotExpress) {
