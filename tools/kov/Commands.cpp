@@ -4,10 +4,61 @@
 
 namespace kovhost {
 
+namespace {
+
+const char* const INFO_DETAILS =
+    "Decodes FILE and prints what it offers: its attributes and rules in their presentation\n"
+    "order, each with its type, parameters and annotations, as aligned tables, then the file's\n"
+    "own annotations. The compiler's markers (annotations named \"_$...\") are left out; 'kov xml'\n"
+    "and 'kov json' show everything.";
+
+const char* const XML_DETAILS =
+    "Decodes FILE and prints the XML text of its rule file info exactly as the library writes it,\n"
+    "followed by one line feed.";
+
+const char* const JSON_DETAILS =
+    "Decodes FILE and prints its rule file info as one JSON object:\n"
+    "  {\"attributes\": [ENTRY...], \"rules\": [ENTRY...], \"annotations\": [ANNOTATION...]}\n"
+    "  ENTRY      {\"name\", \"type\", \"parameters\": [{\"name\", \"type\", \"annotations\"}...],\n"
+    "              \"annotations\"}\n"
+    "  ANNOTATION {\"name\", \"arguments\": [{\"key\", \"type\", \"value\"}...]}\n"
+    "Types are \"void\", \"bool\", \"float\", \"string\", \"integer\" or \"unknown\"; an entry's type is the\n"
+    "attribute's value type or the rule's return type. A key is \"\" when the argument has none.\n"
+    "Values are typed: true/false, a number, a string, or null for an unknown type.";
+
+const char* const DUMP_DETAILS =
+    "Reads FILE into the class model, without translating it, and prints the model's text form\n"
+    "with the code listing of every method, followed by one line feed.";
+
+const char* const CONSTANTS_DETAILS =
+    "Decodes FILE and prints the translated rule program: one line per filled slot of the\n"
+    "constant table (its pool index, kind and value), then the field references of the file's\n"
+    "own class, the enumeration types and the method index.\n"
+    "With --json the same as one JSON object:\n"
+    "  {\"constants\": [null | {\"kind\": ..., ...}...], \"fieldRefs\": [...], \"enumTypes\": [...],\n"
+    "   \"methodIndex\": {\"name+descriptor\": poolIndex...}}\n"
+    "with one element per slot; kinds are string, double, integer, method, builtin, createShape,\n"
+    "enumType and enum.";
+
+const char* const EXTENSIONS_DETAILS =
+    "Prints the listing of the extensions that were loaded from the default extension directory\n"
+    "and from every -p PATH, with their merit and description.";
+
+} // namespace
+
 const std::vector<Command>& commands() {
     static const std::vector<Command> all = {
-        {"extensions", "", "list the extensions that were loaded, with merit and description", 0, 0,
-         &listExtensions},
+        {"info", "FILE", "summarise a rule file's attributes, rules and annotations", INFO_DETAILS,
+         {}, 1, 1, &printInfo},
+        {"xml", "FILE", "print the rule file info as XML", XML_DETAILS, {}, 1, 1, &printXml},
+        {"json", "FILE", "print the rule file info as JSON", JSON_DETAILS, {}, 1, 1,
+         &printInfoJson},
+        {"dump", "FILE", "print the class model of a rule file with its code", DUMP_DETAILS, {}, 1,
+         1, &printDump},
+        {"constants", "[--json] FILE", "print the translated rule program", CONSTANTS_DETAILS,
+         {{"json", "print one JSON object instead of text"}}, 1, 1, &printConstants},
+        {"extensions", "", "list the extensions that were loaded, with merit and description",
+         EXTENSIONS_DETAILS, {}, 0, 0, &listExtensions},
     };
     return all;
 }
@@ -21,6 +72,16 @@ void Command::checkArguments(const std::vector<std::string>& args) const {
     throw UsageError("usage: kov " + std::string(name) + " " + arguments);
 }
 
+void Command::printHelp(std::ostream& out) const {
+    out << "Usage: kov [-p PATH]... " << name << (*arguments ? " " : "") << arguments << "\n\n"
+        << details << "\n";
+    if (!flags.empty()) {
+        out << "\nOptions:\n";
+        for (const Flag& flag : flags)
+            out << "  --" << flag.name << "  " << flag.description << "\n";
+    }
+}
+
 const Command* findCommand(const std::string& name) {
     for (const Command& command : commands()) {
         if (name == command.name)
@@ -29,7 +90,7 @@ const Command* findCommand(const std::string& name) {
     return nullptr;
 }
 
-int listExtensions(Host& host, const std::vector<std::string>& /*args*/, std::ostream& out) {
+int listExtensions(Host& host, const Invocation& /*invocation*/, std::ostream& out) {
     // Loading the extensions logged the listing; it is the only informational output so far.
     for (const std::string& line : host.infoMessages())
         out << line << "\n";

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ostream>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,19 +17,37 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// One command of the host. run gets the host with its extensions loaded and the command's own
-/// arguments (already checked against minArgs and maxArgs), writes its result to out and returns
+/// What the command line asked of one command: its arguments and the flags that were given.
+struct Invocation {
+    std::vector<std::string> args;
+    std::set<std::string> flags;
+
+    bool has(const std::string& flag) const { return flags.count(flag) != 0; }
+};
+
+/// A switch of one command, such as --json.
+struct Flag {
+    const char* name;
+    const char* description;
+};
+
+/// One command of the host. run gets the host with its extensions loaded and the invocation
+/// (arguments already checked against minArgs and maxArgs), writes its result to out and returns
 /// the exit status.
 struct Command {
     const char* name;
     const char* arguments; ///< as the usage text shows them, e.g. "FILE"
     const char* summary;
+    const char* details; ///< the text of 'kov help <name>'
+    std::vector<Flag> flags;
     size_t minArgs;
     size_t maxArgs;
-    int (*run)(Host& host, const std::vector<std::string>& args, std::ostream& out);
+    int (*run)(Host& host, const Invocation& invocation, std::ostream& out);
 
     /// Throws UsageError when args do not fit the command.
     void checkArguments(const std::vector<std::string>& args) const;
+    /// The usage line, the details and the flags.
+    void printHelp(std::ostream& out) const;
 };
 
 /// Every command, in the order the usage text lists them.
@@ -36,7 +55,19 @@ const std::vector<Command>& commands();
 /// The command called name, or null.
 const Command* findCommand(const std::string& name);
 
-/// "extensions": prints the listing of the extensions that were loaded.
-int listExtensions(Host& host, const std::vector<std::string>& args, std::ostream& out);
+/// "extensions": the listing of the extensions that were loaded.
+int listExtensions(Host& host, const Invocation& invocation, std::ostream& out);
+/// "info": a summary of the rule file info for a person.
+int printInfo(Host& host, const Invocation& invocation, std::ostream& out);
+/// "xml": the rule file info's own XML text.
+int printXml(Host& host, const Invocation& invocation, std::ostream& out);
+/// "json": the rule file info as JSON.
+int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out);
+/// "dump": the class model's text form.
+int printDump(Host& host, const Invocation& invocation, std::ostream& out);
+/// "constants": the translated rule program, as text or, with --json, as JSON.
+int printConstants(Host& host, const Invocation& invocation, std::ostream& out);
+/// "constants --json".
+int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out);
 
 } // namespace kovhost

@@ -2,6 +2,7 @@
 // the runtime's core does, then runs one command.
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,19 +19,88 @@ void printUsage(std::ostream& out, const po::options_description& options) {
     out << "Usage: kov [options] <command> [arguments]\n\n"
            "Loads the loader library and the extensions in its default extension directory\n"
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
-           "the command.\n\nCommands:\n";
-    for (const kovhost::Command& command : kovhost::commands()) {
-        std::string head = std::string(command.name) +
-                           (*command.arguments ? std::string(" ") + command.arguments : "");
-        out << "  " << head << std::string(head.size() < 20 ? 20 - head.size() : 1, ' ')
-            << command.summary << "\n";
-    }
+           "the command. FILE is a path or a file: URI.\n\nCommands:\n";
+    auto line = [&out](const std::string& head, const char* summary) {
+        out << "  " << head << std::string(head.size() < 26 ? 26 - head.size() : 1, ' ')
+            << summary << "\n";
+    };
+    for (const kovhost::Command& command : kovhost::commands())
+        line(std::string(command.name) +
+                 (*command.arguments ? std::string(" ") + command.arguments : ""),
+             command.summary);
+    line("help [COMMAND]", "explain kov or one command (also: kov COMMAND --help)");
     out << "\n" << options;
+}
+
+const kovhost::Command& commandNamed(const std::string& name) {
+    const kovhost::Command* command = kovhost::findCommand(name);
+    if (!command)
+        throw kovhost::UsageError("unknown command '" + name + "'");
+    return *command;
+}
+
+// The tokens after the command that the first pass did not take: the command's own flags and
+// its arguments, in their order.
+std::vector<std::string> commandTokens(const po::parsed_options& parsed) {
+    std::vector<std::string> tokens;
+    bool commandSeen = false;
+    for (const po::option& option : parsed.options) {
+        const bool positional = option.position_key >= 0;
+        if (positional && !commandSeen) {
+            commandSeen = true;
+            continue;
+        }
+        if (positional || option.unregistered)
+            tokens.insert(tokens.end(), option.original_tokens.begin(),
+                          option.original_tokens.end());
+    }
+    return tokens;
+}
+
+// Second pass: the command's flags and its positional arguments.
+kovhost::Invocation parseInvocation(const kovhost::Command& command,
+                                    const std::vector<std::string>& tokens) {
+    po::options_description own;
+    for (const kovhost::Flag& flag : command.flags)
+        own.add_options()(flag.name, flag.description);
+    own.add_options()("args", po::value<std::vector<std::string>>());
+    po::positional_options_description order;
+    order.add("args", -1);
+
+    po::variables_map vm;
+    po::store(po::command_line_parser(tokens).options(own).positional(order).run(), vm);
+    po::notify(vm);
+
+    kovhost::Invocation invocation;
+    if (vm.count("args"))
+        invocation.args = vm["args"].as<std::vector<std::string>>();
+    for (const kovhost::Flag& flag : command.flags) {
+        if (vm.count(flag.name))
+            invocation.flags.insert(flag.name);
+    }
+    return invocation;
+}
+
+int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invocation,
+                const std::vector<std::string>& paths) {
+    kovhost::Host host(kovhost::Host::defaultLibraryDir() + "/libkov_loader.so");
+    try {
+        host.loadExtensions(paths);
+        // Everything the command took from the libraries is released when it returns, before
+        // the host unloads them.
+        return command.run(host, invocation, std::cout);
+    } catch (const std::exception& e) {
+        // The exception may be of a class of the library: keep only its text, while the
+        // library is still loaded.
+        throw std::runtime_error(e.what());
+    } catch (...) {
+        throw std::runtime_error("unknown failure");
+    }
 }
 
 int run(int argc, char** argv) {
     po::options_description options("Options");
-    options.add_options()("help,h", "show this help and exit")(
+    options.add_options()("help,h", "show this help, or the command's, and exit")(
         "plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
         "also load extensions from PATH, a directory or a .so file (repeatable)");
     po::options_description positionals;
@@ -41,49 +111,69 @@ int run(int argc, char** argv) {
     po::positional_options_description order;
     order.add("command", 1).add("args", -1);
 
+    // First pass: the options of kov itself, wherever they stand; the rest belongs to the command.
+    const po::parsed_options parsed = po::command_line_parser(argc, argv)
+                                          .options(all)
+                                          .positional(order)
+                                          .allow_unregistered()
+                                          .run();
     po::variables_map vm;
-    po::store(po::command_line_parser(argc, argv).options(all).positional(order).run(), vm);
+    po::store(parsed, vm);
     po::notify(vm);
 
-    if (vm.count("help")) {
-        printUsage(std::cout, options);
-        return 0;
-    }
+    const bool help = vm.count("help") != 0;
     if (!vm.count("command")) {
-        printUsage(std::cerr, options);
-        return 1;
+        printUsage(help ? std::cout : std::cerr, options);
+        return help ? 0 : 1;
     }
     const std::string name = vm["command"].as<std::string>();
-    const kovhost::Command* command = kovhost::findCommand(name);
-    if (!command)
-        throw kovhost::UsageError("unknown command '" + name + "'");
+    std::vector<std::string> tokens = commandTokens(parsed);
+
+    if (name == "help") {
+        if (tokens.empty()) {
+            printUsage(std::cout, options);
+        } else if (tokens.size() == 1) {
+            commandNamed(tokens.front()).printHelp(std::cout);
+        } else {
+            throw kovhost::UsageError("usage: kov help [COMMAND]");
+        }
+        return 0;
+    }
+    const kovhost::Command& command = commandNamed(name);
+    const kovhost::Invocation invocation = parseInvocation(command, tokens);
+    if (help) {
+        command.printHelp(std::cout);
+        return 0;
+    }
+    command.checkArguments(invocation.args);
 
     std::vector<std::string> paths{kovhost::Host::defaultLibraryDir() + "/kov-extensions"};
     if (vm.count("plugin-path")) {
         for (const std::string& path : vm["plugin-path"].as<std::vector<std::string>>())
             paths.push_back(path);
     }
-    std::vector<std::string> args;
-    if (vm.count("args"))
-        args = vm["args"].as<std::vector<std::string>>();
-    command->checkArguments(args);
-
-    kovhost::Host host(kovhost::Host::defaultLibraryDir() + "/libkov_loader.so");
-    host.loadExtensions(paths);
-    return command->run(host, args, std::cout);
+    return runWithHost(command, invocation, paths);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
+        const int status = run(argc, argv);
+        std::cout.flush();
+        if (!std::cout) {
+            std::cerr << "kov: cannot write the output\n";
+            return 1;
+        }
+        return status;
     } catch (const po::error& e) {
         std::cerr << "kov: " << e.what() << "\nTry 'kov --help'.\n";
     } catch (const kovhost::UsageError& e) {
         std::cerr << "kov: " << e.what() << "\nTry 'kov --help'.\n";
     } catch (const std::exception& e) {
         std::cerr << "kov: " << e.what() << "\n";
+    } catch (...) {
+        std::cerr << "kov: unknown failure\n";
     }
     return 1;
 }

@@ -1,0 +1,111 @@
+// "info": the rule file info laid out for a person.
+#include <string>
+
+#include "Commands.h"
+#include "RuleFileSource.h"
+#include "TextFormat.h"
+#include "TextTable.h"
+
+namespace kovhost {
+
+namespace {
+
+std::string argumentText(const kov::AnnotationArgument& argument) {
+    std::string text;
+    const std::string key = utf8(argument.getKey());
+    if (!key.empty())
+        text = key + "=";
+    switch (argument.getType()) {
+    case kov::VT_BOOL: return text + (argument.getBool() ? "true" : "false");
+    case kov::VT_FLOAT: return text + shortestDouble(argument.getFloat());
+    case kov::VT_STR: return text + quoted(utf8(argument.getStr()));
+    default: return text + "?";
+    }
+}
+
+std::string annotationText(const kov::Annotation& annotation) {
+    std::string text = utf8(annotation.getName());
+    if (annotation.getNumArguments() == 0)
+        return text;
+    text += "(";
+    for (size_t i = 0; i < annotation.getNumArguments(); ++i)
+        text += (i ? ", " : "") + argumentText(*annotation.getArgument(i));
+    return text + ")";
+}
+
+// The compiler marks attributes and rules with annotations of its own ("_$ATTR", "_$RULE"); the
+// tables already say which is which.
+bool isCompilerMarker(const kov::Annotation& annotation) {
+    return utf8(annotation.getName()).compare(0, 2, "_$") == 0;
+}
+
+std::string annotationsText(const kov::RuleFileInfo::Entry& entry) {
+    std::string text;
+    for (size_t i = 0; i < entry.getNumAnnotations(); ++i) {
+        const kov::Annotation& annotation = *entry.getAnnotation(i);
+        if (!isCompilerMarker(annotation))
+            text += (text.empty() ? "" : " ") + annotationText(annotation);
+    }
+    return text;
+}
+
+std::string parametersText(const kov::RuleFileInfo::Entry& entry) {
+    std::string text = "(";
+    for (size_t i = 0; i < entry.getNumParameters(); ++i) {
+        const kov::RuleFileInfo::Parameter& parameter = *entry.getParameter(i);
+        text += (i ? ", " : "") + std::string(valueTypeWord(parameter.getType())) + " " +
+                utf8(parameter.getName());
+    }
+    return text + ")";
+}
+
+std::string counted(size_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+void printSection(std::ostream& out, const char* title, size_t count, const TextTable& table) {
+    out << "\n" << title << " (" << count << ")\n";
+    if (count == 0)
+        out << "  (none)\n";
+    else
+        table.print(out);
+}
+
+} // namespace
+
+int printInfo(Host& host, const Invocation& invocation, std::ostream& out) {
+    const std::string& file = invocation.args.front();
+    const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, file);
+    const kov::RuleFileInfo& info = *program->getProgram().ruleFileInfo;
+
+    TextTable attributes({"NAME", "TYPE", "ANNOTATIONS"});
+    for (size_t i = 0; i < info.getNumAttributes(); ++i) {
+        const kov::RuleFileInfo::Entry& entry = *info.getAttribute(i);
+        attributes.addRow({utf8(entry.getName()), valueTypeWord(entry.getReturnType()),
+                           annotationsText(entry)});
+    }
+    TextTable rules({"NAME", "RETURNS", "PARAMETERS", "ANNOTATIONS"});
+    for (size_t i = 0; i < info.getNumRules(); ++i) {
+        const kov::RuleFileInfo::Entry& entry = *info.getRule(i);
+        rules.addRow({utf8(entry.getName()), valueTypeWord(entry.getReturnType()),
+                      parametersText(entry), annotationsText(entry)});
+    }
+    TextTable annotations({"NAME", "ARGUMENTS"});
+    for (size_t i = 0; i < info.getNumAnnotations(); ++i) {
+        const kov::Annotation& annotation = *info.getAnnotation(i);
+        std::string arguments;
+        for (size_t k = 0; k < annotation.getNumArguments(); ++k)
+            arguments += (k ? ", " : "") + argumentText(*annotation.getArgument(k));
+        annotations.addRow({utf8(annotation.getName()), arguments});
+    }
+
+    out << "Rule file " << file << ": " << counted(info.getNumAttributes(), "attribute") << ", "
+        << counted(info.getNumRules(), "rule") << ", "
+        << counted(info.getNumAnnotations(), "file annotation") << "\n";
+    printSection(out, "Attributes", info.getNumAttributes(), attributes);
+    printSection(out, "Rules", info.getNumRules(), rules);
+    printSection(out, "File annotations", info.getNumAnnotations(), annotations);
+    return 0;
+}
+
+} // namespace kovhost

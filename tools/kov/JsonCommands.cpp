@@ -1,0 +1,137 @@
+// "json" and "constants --json": the rule file info and the rule program for scripts and UIs.
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "RuleFileSource.h"
+#include "TextFormat.h"
+
+namespace kovhost {
+
+namespace {
+
+// Keys stay in the order they are written, which reads better than sorted.
+using Json = nlohmann::ordered_json;
+
+void write(std::ostream& out, const Json& json) {
+    // Texts are valid UTF-8 already; replace guards against what the conversion let through.
+    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+Json argumentJson(const kov::AnnotationArgument& argument) {
+    Json json = {{"key", utf8(argument.getKey())}, {"type", valueTypeWord(argument.getType())}};
+    switch (argument.getType()) {
+    case kov::VT_BOOL: json["value"] = argument.getBool(); break;
+    case kov::VT_FLOAT: json["value"] = argument.getFloat(); break;
+    case kov::VT_STR: json["value"] = utf8(argument.getStr()); break;
+    default: json["value"] = nullptr; break;
+    }
+    return json;
+}
+
+Json annotationJson(const kov::Annotation& annotation) {
+    Json arguments = Json::array();
+    for (size_t i = 0; i < annotation.getNumArguments(); ++i)
+        arguments.push_back(argumentJson(*annotation.getArgument(i)));
+    return {{"name", utf8(annotation.getName())}, {"arguments", std::move(arguments)}};
+}
+
+template <typename Owner> Json annotationsJson(const Owner& owner) {
+    Json annotations = Json::array();
+    for (size_t i = 0; i < owner.getNumAnnotations(); ++i)
+        annotations.push_back(annotationJson(*owner.getAnnotation(i)));
+    return annotations;
+}
+
+Json entryJson(const kov::RuleFileInfo::Entry& entry) {
+    Json parameters = Json::array();
+    for (size_t i = 0; i < entry.getNumParameters(); ++i) {
+        const kov::RuleFileInfo::Parameter& parameter = *entry.getParameter(i);
+        parameters.push_back({{"name", utf8(parameter.getName())},
+                              {"type", valueTypeWord(parameter.getType())},
+                              {"annotations", annotationsJson(parameter)}});
+    }
+    return {{"name", utf8(entry.getName())},
+            {"type", valueTypeWord(entry.getReturnType())},
+            {"parameters", std::move(parameters)},
+            {"annotations", annotationsJson(entry)}};
+}
+
+Json methodJson(const kovx::TKBMethod& method) {
+    return {{"kind", "method"},
+            {"poolIndex", method.poolIndex},
+            {"methodPosition", method.methodPosition},
+            {"undefined", method.undefined != 0},
+            {"maxStack", method.maxStack},
+            {"paramCount", method.paramCount},
+            {"localSlots", method.localSlots},
+            {"localTypes", method.localTypes},
+            {"code", hexBytes(method.code)},
+            {"isPublic", method.isPublic != 0},
+            {"name", utf8(method.name)},
+            {"baseName", utf8(method.baseName)},
+            {"descriptor", utf8(method.descriptor)}};
+}
+
+Json constantJson(const kovx::TKBConstant& c) {
+    using K = kovx::TKBConstant;
+    if (c.kind != K::CREATE_SHAPE && !c.value)
+        return {{"kind", "unknown"}, {"code", c.kind}};
+    switch (c.kind) {
+    case K::STRING: {
+        const auto& text = *static_cast<const boost::shared_ptr<std::wstring>*>(c.value);
+        return {{"kind", "string"}, {"value", text ? utf8(*text) : std::string()}};
+    }
+    case K::DOUBLE: return {{"kind", "double"}, {"value", *static_cast<const double*>(c.value)}};
+    case K::INTEGER:
+        return {{"kind", "integer"}, {"value", *static_cast<const int32_t*>(c.value)}};
+    case K::METHOD: return methodJson(*static_cast<const kovx::TKBMethod*>(c.value));
+    case K::BUILTIN: return {{"kind", "builtin"}, {"id", *static_cast<const int32_t*>(c.value)}};
+    case K::CREATE_SHAPE: return {{"kind", "createShape"}};
+    case K::ENUM_TYPE:
+        return {{"kind", "enumType"}, {"index", *static_cast<const int32_t*>(c.value)}};
+    case K::ENUM_VALUE: {
+        const auto& value = *static_cast<const boost::shared_ptr<kovx::TKB::Enum>*>(c.value);
+        if (!value)
+            return {{"kind", "enum"}, {"value", nullptr}, {"name", nullptr}};
+        return {{"kind", "enum"}, {"value", value->value}, {"name", utf8(value->name)}};
+    }
+    default: return {{"kind", "unknown"}, {"code", c.kind}};
+    }
+}
+
+} // namespace
+
+int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
+    const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, invocation.args.front());
+    const kov::RuleFileInfo& info = *program->getProgram().ruleFileInfo;
+
+    Json attributes = Json::array();
+    for (size_t i = 0; i < info.getNumAttributes(); ++i)
+        attributes.push_back(entryJson(*info.getAttribute(i)));
+    Json rules = Json::array();
+    for (size_t i = 0; i < info.getNumRules(); ++i)
+        rules.push_back(entryJson(*info.getRule(i)));
+    write(out, {{"attributes", std::move(attributes)},
+                {"rules", std::move(rules)},
+                {"annotations", annotationsJson(info)}});
+    return 0;
+}
+
+int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out) {
+    const boost::shared_ptr<kovx::TKB> rules = decodeRuleFile(host, invocation.args.front());
+    const kovx::TKBProgram& program = rules->getProgram();
+
+    Json constants = Json::array();
+    for (const kovx::TKBConstant* c : program.constants)
+        constants.push_back(c ? constantJson(*c) : Json(nullptr));
+    Json methodIndex = Json::object();
+    for (const auto& [key, index] : program.methodIndex)
+        methodIndex[utf8(key)] = index;
+    write(out, {{"constants", std::move(constants)},
+                {"fieldRefs", program.fieldRefs},
+                {"enumTypes", program.enumTypes},
+                {"methodIndex", std::move(methodIndex)}});
+    return 0;
+}
+
+} // namespace kovhost

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <istream>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+
+#include "kovx/TKB.h"
+
+namespace kovhost {
+
+class Host;
+
+// Both take FILE as the user gave it, a path or a file: URI, and fail with std::exception. What
+// they return holds code of the loaded libraries: release it before the Host goes.
+
+/// Opens the file through the stream adaptor that the manager picks for its URI.
+boost::shared_ptr<std::istream> openRuleFile(Host& host, const std::string& file);
+
+/// Opens the file and decodes it with the rule file decoder that the manager picks for it.
+/// The result always has its rule file info.
+boost::shared_ptr<kovx::TKB> decodeRuleFile(Host& host, const std::string& file);
+
+} // namespace kovhost
