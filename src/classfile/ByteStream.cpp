@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <cxxabi.h>
+
 #include "classfile/ReadError.h"
 
 namespace classfile {
@@ -34,20 +36,77 @@ void ByteStream::failEndOfInput(uint64_t atOffset) const {
     failRead(message, "Reading TKB failed: " + message);
 }
 
+// Bytes come straight from the stream buffer, without the sentry that the stream's own get and
+// read build on every call; the stream's state bits end up as those calls would leave them.
+
+bool ByteStream::readable() {
+    if (!stream.good()) {
+        stream.setstate(std::ios_base::failbit);
+        return false;
+    }
+    if (stream.tie())
+        stream.tie()->flush();
+    return true;
+}
+
+void ByteStream::markBad() {
+    const std::ios_base::iostate mask = stream.exceptions();
+    stream.exceptions(std::ios_base::goodbit);
+    stream.setstate(std::ios_base::badbit);
+    try {
+        stream.exceptions(mask);
+    } catch (const std::ios_base::failure&) {
+    }
+}
+
+void ByteStream::streamBufferFailed(std::ios_base::iostate state) {
+    markBad();
+    if (stream.exceptions() & std::ios_base::badbit)
+        throw;
+    stream.setstate(state);
+}
+
 void ByteStream::readInto(char* dest, size_t count) {
-    stream.read(dest, static_cast<std::streamsize>(count));
-    const auto got = static_cast<uint64_t>(stream.gcount());
-    if (got != count)
+    if (!readable())
+        failEndOfInput(mOffset);
+    uint64_t got = 0;
+    try {
+        got = static_cast<uint64_t>(
+            stream.rdbuf()->sgetn(dest, static_cast<std::streamsize>(count)));
+    } catch (const abi::__forced_unwind&) {
+        markBad();
+        throw;
+    } catch (...) {
+        streamBufferFailed(std::ios_base::goodbit);
+        failEndOfInput(mOffset);
+    }
+    if (got != count) {
+        stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
         failEndOfInput(mOffset + got);
+    }
     mOffset += count;
 }
 
 uint8_t ByteStream::readU1() {
-    const auto c = stream.get();
-    if (c == std::istream::traits_type::eof())
+    using Traits = std::istream::traits_type;
+    if (!readable())
         failEndOfInput(mOffset);
+    Traits::int_type c = Traits::eof();
+    try {
+        c = stream.rdbuf()->sbumpc();
+    } catch (const abi::__forced_unwind&) {
+        markBad();
+        throw;
+    } catch (...) {
+        streamBufferFailed(std::ios_base::failbit);
+        failEndOfInput(mOffset);
+    }
+    if (Traits::eq_int_type(c, Traits::eof())) {
+        stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+        failEndOfInput(mOffset);
+    }
     ++mOffset;
-    return static_cast<uint8_t>(c);
+    return static_cast<uint8_t>(Traits::to_char_type(c));
 }
 
 uint16_t ByteStream::readU2() {

@@ -50,6 +50,16 @@ public:
 
 private:
     [[noreturn]] void failEndOfInput(uint64_t atOffset) const;
+    /// What the stream's own sentry does before a read: false when the stream is not good (it
+    /// then also turns failed), and a tied stream is flushed.
+    bool readable();
+    /// Sets the stream's badbit without raising the stream's own failure, whatever its exception
+    /// mask says.
+    void markBad();
+    /// Called while handling an exception of the stream buffer: the stream turns bad, and the
+    /// exception passes on when the stream's exception mask asks for bad streams. Otherwise the
+    /// given bits are added and the read has simply ended.
+    void streamBufferFailed(std::ios_base::iostate state);
     void readInto(char* dest, size_t count);
 
     uint64_t mOffset = 0;
