@@ -12,11 +12,9 @@ namespace classfile {
 
 namespace {
 
-// Keeps end-of-input messages short when a damaged file names its attribute with a long text.
-std::string shortName(const std::string& name) {
-    constexpr size_t MAX_SHOWN = 64;
-    return name.size() <= MAX_SHOWN ? name : name.substr(0, MAX_SHOWN) + "...";
-}
+// End-of-input messages show at most this much of an attribute's name, so that a damaged file
+// that names its attribute with a long text still gets a short message.
+constexpr size_t MAX_NAME_SHOWN = 64;
 
 std::unique_ptr<Attribute> readKind(const std::string& name, ByteStream& in, uint16_t index,
                                     uint32_t length, ConstantPool& pool) {
@@ -69,13 +67,15 @@ std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, Constan
     uint16_t nameIndex;
     uint32_t length;
     {
-        ByteStream::Section section(in, "the header of attribute " + std::to_string(index));
+        ByteStream::Section section(in, "the header of attribute ", index);
         nameIndex = in.readU2();
         length = in.readU4();
     }
     const std::string name = pool.valueAt(nameIndex, "the attribute name");
-    ByteStream::Section section(in, "the \"" + shortName(name) + "\" attribute at position " +
-                                        std::to_string(index));
+    const bool cut = name.size() > MAX_NAME_SHOWN;
+    ByteStream::Section section(in, "the \"", std::string_view(name).substr(0, MAX_NAME_SHOWN),
+                                cut ? "...\" attribute at position " : "\" attribute at position ",
+                                index);
     std::unique_ptr<Attribute> attribute = readKind(name, in, index, length, pool);
     attribute->name_index = nameIndex;
     attribute->name = name;

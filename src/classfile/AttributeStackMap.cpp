@@ -82,7 +82,7 @@ AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16
     name_index = static_cast<uint16_t>(pool_.add(std::make_unique<CPEUtf8>(name)));
     number_of_entries = in.readU2();
     for (uint16_t i = 0; i < number_of_entries; ++i) {
-        ByteStream::Section section(in, "stack map entry " + std::to_string(i));
+        ByteStream::Section section(in, "stack map entry ", i);
         entries.emplace_back(in, pool_);
     }
 }

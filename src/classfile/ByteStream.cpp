@@ -17,8 +17,19 @@ ByteStream::ByteStream(std::istream& in) : stream(in) {}
 
 ByteStream::~ByteStream() = default;
 
-ByteStream::Section::Section(ByteStream& stream, std::string what) : mStream(stream) {
-    mStream.mSections.push_back(std::move(what));
+ByteStream::Section::Section(ByteStream& stream, const char* what) : mStream(stream) {
+    mStream.mSections.push_back({what, {}, "", 0, false});
+}
+
+ByteStream::Section::Section(ByteStream& stream, const char* what, uint64_t number)
+    : mStream(stream) {
+    mStream.mSections.push_back({what, {}, "", number, true});
+}
+
+ByteStream::Section::Section(ByteStream& stream, const char* before, std::string_view name,
+                             const char* after, uint64_t number)
+    : mStream(stream) {
+    mStream.mSections.push_back({before, name, after, number, true});
 }
 
 ByteStream::Section::~Section() {
@@ -27,8 +38,14 @@ ByteStream::Section::~Section() {
 
 void ByteStream::failEndOfInput(uint64_t atOffset) const {
     std::string where;
-    for (auto it = mSections.rbegin(); it != mSections.rend(); ++it)
-        where += (where.empty() ? " while reading " : ", in ") + *it;
+    for (auto it = mSections.rbegin(); it != mSections.rend(); ++it) {
+        where += where.empty() ? " while reading " : ", in ";
+        where += it->before;
+        where += it->name;
+        where += it->after;
+        if (it->numbered)
+            where += std::to_string(it->number);
+    }
     if (where.empty())
         where = " while reading the class file";
     const std::string message =

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <istream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace classfile {
@@ -34,10 +35,18 @@ public:
     uint64_t offset() const { return mOffset; }
 
     /// Names the structure being read while it lives; end-of-input messages list the open sections,
-    /// innermost first. Sections nest and must be destroyed in reverse order.
+    /// innermost first. Sections nest and must be destroyed in reverse order. The text is put
+    /// together only when input ends early, so the pieces must outlive the section.
     class Section {
     public:
-        Section(ByteStream& stream, std::string what);
+        /// A fixed description: "the class file header".
+        Section(ByteStream& stream, const char* what);
+        /// A description followed by a number: "field " and 3 give "field 3".
+        Section(ByteStream& stream, const char* what, uint64_t number);
+        /// before, name, after and number in a row: "the \"", "Code", "\" attribute at position "
+        /// and 0 give "the \"Code\" attribute at position 0".
+        Section(ByteStream& stream, const char* before, std::string_view name, const char* after,
+                uint64_t number);
         ~Section();
         Section(const Section&) = delete;
         Section& operator=(const Section&) = delete;
@@ -62,8 +71,17 @@ private:
     void streamBufferFailed(std::ios_base::iostate state);
     void readInto(char* dest, size_t count);
 
+    /// The pieces of one open section's description.
+    struct SectionText {
+        const char* before;
+        std::string_view name;
+        const char* after;
+        uint64_t number;
+        bool numbered;
+    };
+
     uint64_t mOffset = 0;
-    std::vector<std::string> mSections;
+    std::vector<SectionText> mSections;
 };
 
 } // namespace classfile

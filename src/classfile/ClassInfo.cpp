@@ -81,7 +81,7 @@ void ClassInfo::readMembers(ByteStream& in) {
         fieldsCountRead = true;
     }
     for (uint16_t i = 0; i < fields_count; ++i) {
-        ByteStream::Section section(in, "field " + std::to_string(i));
+        ByteStream::Section section(in, "field ", i);
         fields.push_back(std::make_unique<FieldInfo>(in, i, *this));
     }
     {
@@ -90,7 +90,7 @@ void ClassInfo::readMembers(ByteStream& in) {
         methodsCountRead = true;
     }
     for (uint16_t i = 0; i < methods_count; ++i) {
-        ByteStream::Section section(in, "method " + std::to_string(i));
+        ByteStream::Section section(in, "method ", i);
         methods.push_back(std::make_unique<MethodInfo>(in, i, *this));
     }
 }
@@ -102,7 +102,7 @@ void ClassInfo::readAttributes(ByteStream& in) {
         attributesCountRead = true;
     }
     for (uint16_t i = 0; i < attributes_count; ++i) {
-        ByteStream::Section section(in, "class attribute " + std::to_string(i));
+        ByteStream::Section section(in, "class attribute ", i);
         attributes.push_back(readAttribute(in, i, *constant_pool));
         if (attributes.back()->kind() == AttributeKind::Synthetic)
             isSynthetic = true;

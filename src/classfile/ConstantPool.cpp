@@ -117,7 +117,7 @@ ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count) : 
         return;
     uint32_t i = 1;
     while (i < count) {
-        ByteStream::Section section(in, "the constant pool entry at index " + std::to_string(i));
+        ByteStream::Section section(in, "the constant pool entry at index ", i);
         const uint8_t tag = in.readU1();
         if (tag == 0 || tag > static_cast<uint8_t>(ConstantTag::NameAndType)) {
             std::cerr << "Unknown tag @ " << i << ":" << static_cast<int>(tag) << ":" << std::endl;
