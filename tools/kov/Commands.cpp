@@ -8,9 +8,9 @@ namespace {
 
 const char* const INFO_DETAILS =
     "Decodes FILE and prints what it offers: its attributes and rules in their presentation\n"
-    "order, each with its type, parameters and annotations, as aligned tables, then the file's\n"
-    "own annotations. The compiler's markers (annotations named \"_$...\") are left out; 'kov xml'\n"
-    "and 'kov json' show everything.";
+    "order, each with its type, parameters and annotations, as aligned tables, then the\n"
+    "file's own annotations. The compiler's markers (annotations named \"_$...\") are left\n"
+    "out; 'kov xml' and 'kov json' show everything.";
 
 const char* const XML_DETAILS =
     "Decodes FILE and prints the XML text of its rule file info exactly as the library writes it,\n"
@@ -19,12 +19,14 @@ const char* const XML_DETAILS =
 const char* const JSON_DETAILS =
     "Decodes FILE and prints its rule file info as one JSON object:\n"
     "  {\"attributes\": [ENTRY...], \"rules\": [ENTRY...], \"annotations\": [ANNOTATION...]}\n"
-    "  ENTRY      {\"name\", \"type\", \"parameters\": [{\"name\", \"type\", \"annotations\"}...],\n"
+    "  ENTRY      {\"name\", \"type\",\n"
+    "              \"parameters\": [{\"name\", \"type\", \"annotations\"}...],\n"
     "              \"annotations\"}\n"
     "  ANNOTATION {\"name\", \"arguments\": [{\"key\", \"type\", \"value\"}...]}\n"
-    "Types are \"void\", \"bool\", \"float\", \"string\", \"integer\" or \"unknown\"; an entry's type is the\n"
-    "attribute's value type or the rule's return type. A key is \"\" when the argument has none.\n"
-    "Values are typed: true/false, a number, a string, or null for an unknown type.";
+    "Types are \"void\", \"bool\", \"float\", \"string\", \"integer\" or \"unknown\"; an entry's\n"
+    "type is the attribute's value type or the rule's return type. A key is \"\" when the\n"
+    "argument has none. Values are typed: true or false, a number, a string, or null for an\n"
+    "unknown type.";
 
 const char* const DUMP_DETAILS =
     "Reads FILE into the class model, without translating it, and prints the model's text form\n"
@@ -35,8 +37,8 @@ const char* const CONSTANTS_DETAILS =
     "constant table (its pool index, kind and value), then the field references of the file's\n"
     "own class, the enumeration types and the method index.\n"
     "With --json the same as one JSON object:\n"
-    "  {\"constants\": [null | {\"kind\": ..., ...}...], \"fieldRefs\": [...], \"enumTypes\": [...],\n"
-    "   \"methodIndex\": {\"name+descriptor\": poolIndex...}}\n"
+    "  {\"constants\": [null | {\"kind\": ..., ...}...], \"fieldRefs\": [...],\n"
+    "   \"enumTypes\": [...], \"methodIndex\": {\"name+descriptor\": poolIndex...}}\n"
     "with one element per slot; kinds are string, double, integer, method, builtin, createShape,\n"
     "enumType and enum.";
 

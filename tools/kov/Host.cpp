@@ -18,7 +18,9 @@ std::string loaderError() {
 } // namespace
 
 Host::Host(const std::string& libraryPath) {
-    mLibrary = dlopen(libraryPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // The library keeps process-wide tables that it never frees; staying mapped after dlclose
+    // keeps them reachable, as they are in the core's process.
+    mLibrary = dlopen(libraryPath.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (!mLibrary)
         throw std::runtime_error("cannot load the loader library: " + loaderError());
     try {

@@ -81,8 +81,8 @@ int printInfo(Host& host, const Invocation& invocation, std::ostream& out) {
     TextTable attributes({"NAME", "TYPE", "ANNOTATIONS"});
     for (size_t i = 0; i < info.getNumAttributes(); ++i) {
         const kov::RuleFileInfo::Entry& entry = *info.getAttribute(i);
-        attributes.addRow({utf8(entry.getName()), valueTypeWord(entry.getReturnType()),
-                           annotationsText(entry)});
+        attributes.addRow(
+            {utf8(entry.getName()), valueTypeWord(entry.getReturnType()), annotationsText(entry)});
     }
     TextTable rules({"NAME", "RETURNS", "PARAMETERS", "ANNOTATIONS"});
     for (size_t i = 0; i < info.getNumRules(); ++i) {

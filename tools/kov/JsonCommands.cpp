@@ -82,8 +82,7 @@ Json constantJson(const kovx::TKBConstant& c) {
         return {{"kind", "string"}, {"value", text ? utf8(*text) : std::string()}};
     }
     case K::DOUBLE: return {{"kind", "double"}, {"value", *static_cast<const double*>(c.value)}};
-    case K::INTEGER:
-        return {{"kind", "integer"}, {"value", *static_cast<const int32_t*>(c.value)}};
+    case K::INTEGER: return {{"kind", "integer"}, {"value", *static_cast<const int32_t*>(c.value)}};
     case K::METHOD: return methodJson(*static_cast<const kovx::TKBMethod*>(c.value));
     case K::BUILTIN: return {{"kind", "builtin"}, {"id", *static_cast<const int32_t*>(c.value)}};
     case K::CREATE_SHAPE: return {{"kind", "createShape"}};

@@ -10,7 +10,9 @@ std::string utf8(const wchar_t* text) {
     return text ? util::StringUtils::toUTF8FromUTF32(text) : std::string();
 }
 
-std::string utf8(const std::wstring& text) { return util::StringUtils::toUTF8FromUTF32(text); }
+std::string utf8(const std::wstring& text) {
+    return util::StringUtils::toUTF8FromUTF32(text);
+}
 
 const char* valueTypeWord(int32_t type) {
     switch (type) {

@@ -21,8 +21,8 @@ void printUsage(std::ostream& out, const po::options_description& options) {
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
            "the command. FILE is a path or a file: URI.\n\nCommands:\n";
     auto line = [&out](const std::string& head, const char* summary) {
-        out << "  " << head << std::string(head.size() < 26 ? 26 - head.size() : 1, ' ')
-            << summary << "\n";
+        out << "  " << head << std::string(head.size() < 26 ? 26 - head.size() : 1, ' ') << summary
+            << "\n";
     };
     for (const kovhost::Command& command : kovhost::commands())
         line(std::string(command.name) +
