@@ -302,7 +302,8 @@ void addDetailRules(RuleFileBuilder& b) {
                   .callBuiltin("color", COLOR));
 }
 
-// Roof      --> case roofType == "flat": RoofFlat  else: roof(valueOf(roofType), roofAngle) RoofPlanes
+// Roof      --> case roofType == "flat": RoofFlat
+//               else: roof(valueOf(roofType), roofAngle) RoofPlanes
 // RoofFlat  --> offset(-0.4, border) Ledge(0.9)
 // RoofPlanes --> comp(f) { all: RoofTile }
 // RoofTile  --> color(roofColor) Chimney(rand(0.2, 0.8))
