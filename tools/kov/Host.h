@@ -15,7 +15,8 @@ class Host {
 public:
     /// Loads the loader library; throws std::runtime_error when it or its entry is missing.
     explicit Host(const std::string& libraryPath);
-    /// Destroys the manager, then unloads the library. A failure of the manager's teardown is
+    /// Destroys the manager, then closes the library (which stays mapped until the process ends,
+    /// so that its never-freed tables stay reachable). A failure of the manager's teardown is
     /// reported on standard error as a warning: the command's work is done by then.
     ~Host();
 

@@ -90,8 +90,8 @@ int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invo
         // the host unloads them.
         return command.run(host, invocation, std::cout);
     } catch (const std::exception& e) {
-        // The exception may be of a class of the library: keep only its text, while the
-        // library is still loaded.
+        // The exception's class may live in a plug-in, which goes with the manager: keep only
+        // its text.
         throw std::runtime_error(e.what());
     } catch (...) {
         throw std::runtime_error("unknown failure");
