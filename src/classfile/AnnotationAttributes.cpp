@@ -10,6 +10,7 @@ namespace {
 
 void readAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t count,
                      std::vector<std::unique_ptr<AnnotationInfo>>& out) {
+    reserveForCount(out, count);
     for (uint16_t i = 0; i < count; ++i) {
         ByteStream::Section section(in, "annotation ", i);
         out.push_back(std::make_unique<AnnotationInfo>(in, pool));
@@ -57,6 +58,7 @@ AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(ByteS
 AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
     AttributeKind kind, ByteStream& in, const ConstantPool& pool_, uint16_t index_, uint32_t length)
     : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()) {
+    reserveForCount(parameter_annotations, num_parameters);
     for (unsigned p = 0; p < num_parameters; ++p) {
         ByteStream::Section section(in, "the annotations of parameter ", p);
         ParameterAnnotations parameter;

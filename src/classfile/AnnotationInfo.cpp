@@ -37,6 +37,7 @@ AnnotationInfo::AnnotationInfo(ByteStream& in, const ConstantPool& pool_, unsign
     enterLevel(depth);
     type_index = in.readU2();
     num_element_value_pairs = in.readU2();
+    reserveForCount(element_value_pairs, num_element_value_pairs);
     for (uint16_t i = 0; i < num_element_value_pairs; ++i)
         element_value_pairs.push_back(std::make_unique<ElementValue>(pool_, in, true, depth));
 }
@@ -70,6 +71,7 @@ ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named
     } else if (tag == '[') {
         enterLevel(depth + 1);
         num_values = in.readU2();
+        reserveForCount(values, num_values);
         for (uint16_t i = 0; i < num_values; ++i)
             values.push_back(std::make_unique<ElementValue>(pool_, in, false, depth + 1));
     }

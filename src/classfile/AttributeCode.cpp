@@ -18,6 +18,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
     {
         ByteStream::Section section(in, "the exception table");
         exception_table_length = in.readU2();
+        reserveForCount(exceptions, exception_table_length);
         for (uint16_t i = 0; i < exception_table_length; ++i) {
             ExceptionInfo row{0, 0, 0, 0, &pool_};
             row.start_pc = in.readU2();
@@ -28,6 +29,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
         }
     }
     attributes_count = in.readU2();
+    reserveForCount(attributes, attributes_count);
     for (uint16_t i = 0; i < attributes_count; ++i)
         attributes.push_back(readAttribute(in, i, pool_));
 }

@@ -58,9 +58,11 @@ void StackMapEntry::TyNewObject::print(std::ostream& os) const {
 StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool) {
     offset = in.readU2();
     number_of_locals = in.readU2();
+    reserveForCount(locals, number_of_locals);
     for (uint16_t i = 0; i < number_of_locals; ++i)
         locals.push_back(readTy(in, pool));
     number_of_stack_items = in.readU2();
+    reserveForCount(stack, number_of_stack_items);
     for (uint16_t i = 0; i < number_of_stack_items; ++i)
         stack.push_back(readTy(in, pool));
 }
@@ -81,6 +83,7 @@ AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16
     name = "StackMap";
     name_index = static_cast<uint16_t>(pool_.add(std::make_unique<CPEUtf8>(name)));
     number_of_entries = in.readU2();
+    reserveForCount(entries, number_of_entries);
     for (uint16_t i = 0; i < number_of_entries; ++i) {
         ByteStream::Section section(in, "stack map entry ", i);
         entries.emplace_back(in, pool_);

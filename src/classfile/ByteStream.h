@@ -9,6 +9,14 @@
 
 namespace classfile {
 
+/// Makes room for count elements that are about to be read, but for a few at most: beyond that the
+/// vector grows as the elements actually arrive, so that a count inflated by a damaged file
+/// allocates nothing before its data is there.
+template <typename T> void reserveForCount(std::vector<T>& out, uint32_t count) {
+    constexpr uint32_t MAX_RESERVED = 16;
+    out.reserve(count < MAX_RESERVED ? count : MAX_RESERVED);
+}
+
 /// Big-endian reader over an input stream. Every read is checked: running out of input raises a
 /// runtime error that names what was being read (see Section) and the offset where input ended.
 class ByteStream {

@@ -70,6 +70,7 @@ void ClassInfo::readClassIndices(ByteStream& in) {
         interfacesCountRead = true;
     }
     ByteStream::Section section(in, "the interface table");
+    reserveForCount(interfaces, interfaces_count);
     for (uint16_t i = 0; i < interfaces_count; ++i)
         interfaces.push_back(constant_pool->get(in.readU2()));
 }
@@ -80,6 +81,7 @@ void ClassInfo::readMembers(ByteStream& in) {
         fields_count = in.readU2();
         fieldsCountRead = true;
     }
+    reserveForCount(fields, fields_count);
     for (uint16_t i = 0; i < fields_count; ++i) {
         ByteStream::Section section(in, "field ", i);
         fields.push_back(std::make_unique<FieldInfo>(in, i, *this));
@@ -89,6 +91,7 @@ void ClassInfo::readMembers(ByteStream& in) {
         methods_count = in.readU2();
         methodsCountRead = true;
     }
+    reserveForCount(methods, methods_count);
     for (uint16_t i = 0; i < methods_count; ++i) {
         ByteStream::Section section(in, "method ", i);
         methods.push_back(std::make_unique<MethodInfo>(in, i, *this));
@@ -101,6 +104,7 @@ void ClassInfo::readAttributes(ByteStream& in) {
         attributes_count = in.readU2();
         attributesCountRead = true;
     }
+    reserveForCount(attributes, attributes_count);
     for (uint16_t i = 0; i < attributes_count; ++i) {
         ByteStream::Section section(in, "class attribute ", i);
         attributes.push_back(readAttribute(in, i, *constant_pool));

@@ -16,6 +16,7 @@ void MemberInfo::read(ByteStream& in) {
     name_index = in.readU2();
     descriptor_index = in.readU2();
     attributes_count = in.readU2();
+    reserveForCount(attributes, attributes_count);
     for (uint32_t i = 0; i < attributes_count; ++i) {
         attributes.push_back(readAttribute(in, static_cast<uint16_t>(i), *owner->constant_pool));
         onAttribute(*attributes.back());

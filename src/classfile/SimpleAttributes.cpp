@@ -16,6 +16,7 @@ void AttributeConstantValue::print(std::ostream& os) const {
 AttributeExceptions::AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index,
                                          uint32_t length)
     : Attribute(AttributeKind::Exceptions, pool, index, length), number_of_exceptions(in.readU2()) {
+    reserveForCount(exception_index_table, number_of_exceptions);
     for (uint16_t i = 0; i < number_of_exceptions; ++i)
         exception_index_table.push_back(in.readU2());
 }

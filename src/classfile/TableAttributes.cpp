@@ -8,6 +8,7 @@ namespace classfile {
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
                                              uint16_t index, uint32_t length)
     : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
+    reserveForCount(classes, number_of_classes);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
         row.inner_class_info_index = in.readU2();
@@ -35,6 +36,7 @@ AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const Constan
                                                    uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LineNumberTable, pool, index, length),
       line_number_table_length(in.readU2()) {
+    reserveForCount(line_number_table, line_number_table_length);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
         const uint16_t startPc = in.readU2();
         line_number_table.push_back({i, startPc, in.readU2()});
@@ -55,6 +57,7 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
                                                          uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
       local_variable_table_length(in.readU2()) {
+    reserveForCount(local_variable_table, local_variable_table_length);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {
         LocalVariableInfo row{i, 0, 0, 0, 0, 0};
         row.start_pc = in.readU2();
