@@ -255,7 +255,7 @@ TEST(KovCommandsTest, ConstantsTextListsEveryFilledSlotThenTheTables) {
 TEST(KovCommandsTest, DumpIsTheClassModelWithItsCode) {
     const kovtest::ProcessResult run = runKov({"dump", example("minimal.tkb")});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out.rfind("ClassFile {\n  magic=cafebabe\n", 0), 0u) << run.out;
+    EXPECT_EQ(run.out.rfind("ClassFile {\n", 0), 0u) << run.out;
     EXPECT_TRUE(contains(run.out, "invokestatic #"));
     EXPECT_TRUE(contains(run.out, "<Method void com.velmor.gc.Builtins.extrude(double)>"));
     EXPECT_EQ(run.out.substr(run.out.size() - 4), "\n};\n");
