@@ -1,5 +1,7 @@
 #include "classfile/Attribute.h"
 
+#include <string_view>
+
 #include "classfile/AnnotationAttributes.h"
 #include "classfile/AttributeCode.h"
 #include "classfile/AttributeStackMap.h"
@@ -16,7 +18,7 @@ namespace {
 // that names its attribute with a long text still gets a short message.
 constexpr size_t MAX_NAME_SHOWN = 64;
 
-std::unique_ptr<Attribute> readKind(const std::string& name, ByteStream& in, uint16_t index,
+std::unique_ptr<Attribute> readKind(std::string_view name, ByteStream& in, uint16_t index,
                                     uint32_t length, ConstantPool& pool) {
     if (name == "Code")
         return std::make_unique<AttributeCode>(in, pool, index, length);
@@ -71,14 +73,17 @@ std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, Constan
         nameIndex = in.readU2();
         length = in.readU4();
     }
-    const std::string name = pool.valueAt(nameIndex, "the attribute name");
-    const bool cut = name.size() > MAX_NAME_SHOWN;
-    ByteStream::Section section(in, "the \"", std::string_view(name).substr(0, MAX_NAME_SHOWN),
-                                cut ? "...\" attribute at position " : "\" attribute at position ",
-                                index);
-    std::unique_ptr<Attribute> attribute = readKind(name, in, index, length, pool);
+    std::string name = pool.valueAt(nameIndex, "the attribute name");
+    std::unique_ptr<Attribute> attribute;
+    {
+        const bool cut = name.size() > MAX_NAME_SHOWN;
+        ByteStream::Section section(
+            in, "the \"", std::string_view(name).substr(0, MAX_NAME_SHOWN),
+            cut ? "...\" attribute at position " : "\" attribute at position ", index);
+        attribute = readKind(name, in, index, length, pool);
+    }
     attribute->name_index = nameIndex;
-    attribute->name = name;
+    attribute->name = std::move(name);
     return attribute;
 }
 
