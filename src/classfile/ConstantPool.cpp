@@ -167,6 +167,15 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
     return entry.getValue();
 }
 
+const std::string& ConstantPool::textAt(uint32_t index, const char* what,
+                                        std::string& scratch) const {
+    const ConstantPoolEntry* entry = get(index);
+    if (entry && entry->tag() == ConstantTag::Utf8 && resolveDepth < MAX_RESOLVE_DEPTH)
+        return static_cast<const CPEUtf8*>(entry)->value;
+    scratch = valueAt(index, what);
+    return scratch;
+}
+
 std::string ConstantPool::displayValue(uint32_t index) const {
     if (!get(index))
         return index < size() ? "<empty slot " + std::to_string(index) + ">"

@@ -72,7 +72,8 @@ class CPEUtf8 : public ConstantPoolEntry {
 public:
     static constexpr ConstantTag TAG = ConstantTag::Utf8;
     explicit CPEUtf8(std::string value);
-    std::string getValue() const override { return value; }
+    /// Final: ConstantPool::textAt hands out value itself in its place.
+    std::string getValue() const final { return value; }
     void print(std::ostream& os) const override;
     bool equals(const ConstantPoolEntry& other) const override;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <string_view>
 
 #include "classfile/AnnotationAttributes.h"
 #include "classfile/AnnotationInfo.h"
@@ -62,7 +63,9 @@ const classfile::AttributeLocalVariableTable* localVariables(const MethodInfo& m
 }
 
 bool isMarker(const ConstantPool& pool, const AnnotationInfo& annotation) {
-    return pool.valueAt(annotation.type_index, "an annotation type") == MARKER_ANNOTATION_TYPE;
+    std::string scratch;
+    return pool.textAt(annotation.type_index, "an annotation type", scratch) ==
+           MARKER_ANNOTATION_TYPE;
 }
 
 // The nested annotations of a marker: the values of its first element, which is an array.
@@ -71,12 +74,15 @@ const ElementList& nestedOf(const AnnotationInfo& marker) {
     return marker.element_value_pairs.empty() ? none : marker.element_value_pairs.front()->values;
 }
 
-std::string elementName(const ConstantPool& pool, const ElementValue& pair) {
-    return pool.valueAt(pair.element_name_index, "an element name");
+// The texts of element names and values; scratch holds the text when it is not a pool entry's own.
+const std::string& elementName(const ConstantPool& pool, const ElementValue& pair,
+                               std::string& scratch) {
+    return pool.textAt(pair.element_name_index, "an element name", scratch);
 }
 
-std::string elementText(const ConstantPool& pool, const ElementValue& value) {
-    return pool.valueAt(value.const_value_index, "an element value");
+const std::string& elementText(const ConstantPool& pool, const ElementValue& value,
+                               std::string& scratch) {
+    return pool.textAt(value.const_value_index, "an element value", scratch);
 }
 
 enum class EntryKind { Attribute, Rule };
@@ -85,13 +91,15 @@ enum class EntryKind { Attribute, Rule };
 // attribute or a rule, in order.
 template <typename Take>
 void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Take take) {
+    std::string nameScratch;
+    std::string markScratch;
     for (const auto& value : nestedOf(marker)) {
         if (!value->annotation_value)
             continue;
         for (const auto& pair : value->annotation_value->element_value_pairs) {
-            if (elementName(pool, *pair) != "name")
+            if (elementName(pool, *pair, nameScratch) != "name")
                 continue;
-            const std::string mark = elementText(pool, *pair);
+            const std::string& mark = elementText(pool, *pair, markScratch);
             if (mark == ATTRIBUTE_MARK)
                 take(EntryKind::Attribute);
             else if (mark == RULE_MARK)
@@ -138,12 +146,13 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
     entry.returnType = types[0];
 
     entry.setNumParameters(static_cast<size_t>(count));
+    std::string scratch;
     for (int32_t k = 0; k < count; ++k) {
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
         if (locals && static_cast<size_t>(k) < locals->local_variable_table.size())
-            parameter.name =
-                widen(pool.valueAt(locals->local_variable_table[k].name_index, "a parameter name"));
+            parameter.name = widen(pool.textAt(locals->local_variable_table[k].name_index,
+                                               "a parameter name", scratch));
         else
             parameter.name = L"param" + std::wstring(1, static_cast<wchar_t>(L'0' + k));
     }
@@ -240,15 +249,18 @@ std::string entryName(const std::string& methodName) {
 void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                     const AnnotationInfo& nested) {
     enum Field { TYPES, NAMES, BVALS, DVALS, SVALS, NONE };
-    static const char* const fieldNames[] = {"types", "names", "bvals", "dvals", "svals"};
+    static constexpr std::string_view fieldNames[] = {"types", "names", "bvals", "dvals",
+                                                      "svals"};
     const ConstantPool& pool = *classFile.constant_pool;
 
     annotation.setNumArguments(0);
     bool sized = false;
+    std::string nameScratch;
+    std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
-        const std::string name = elementName(pool, *pair);
+        const std::string& name = elementName(pool, *pair, nameScratch);
         if (name == "name") {
-            annotation.name = widen(elementText(pool, *pair));
+            annotation.name = widen(elementText(pool, *pair, textScratch));
             continue;
         }
         Field field = NONE;
@@ -281,7 +293,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             }
             case NAMES:
-                argument.key = value ? widen(elementText(pool, *value)) : std::wstring();
+                argument.key =
+                    value ? widen(elementText(pool, *value, textScratch)) : std::wstring();
                 break;
             case BVALS: argument.boolValue = integer && integer->value != 0; break;
             case DVALS:
@@ -291,7 +304,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                         : 0.0;
                 break;
             case SVALS:
-                argument.strValue = value ? widen(elementText(pool, *value)) : std::wstring();
+                argument.strValue =
+                    value ? widen(elementText(pool, *value, textScratch)) : std::wstring();
                 break;
             case NONE: break;
             }
