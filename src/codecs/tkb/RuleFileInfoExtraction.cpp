@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <string_view>
 
 #include "classfile/AnnotationAttributes.h"
@@ -180,6 +181,22 @@ bool presentationLess(const EntryImpl& a, const EntryImpl& b) {
     if (lessDouble(a.order, b.order) || lessDouble(b.order, a.order))
         return lessDouble(a.order, b.order);
     return a.name < b.name;
+}
+
+// Stable sort by presentationLess. Entries are heavy to move, so the order is found on their
+// positions and then every entry moves into place once.
+void sortForPresentation(EntryImpl* entries, size_t count) {
+    std::vector<size_t> order(count);
+    std::iota(order.begin(), order.end(), size_t{0});
+    std::stable_sort(order.begin(), order.end(), [entries](size_t a, size_t b) {
+        return presentationLess(entries[a], entries[b]);
+    });
+    std::vector<EntryImpl> sorted;
+    sorted.reserve(count);
+    for (size_t position : order)
+        sorted.push_back(std::move(entries[position]));
+    for (size_t i = 0; i < count; ++i)
+        entries[i] = std::move(sorted[i]);
 }
 
 } // namespace
@@ -363,8 +380,8 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
         }
     }
 
-    std::stable_sort(info->attributes, info->attributes + info->numAttributes, presentationLess);
-    std::stable_sort(info->rules, info->rules + info->numRules, presentationLess);
+    sortForPresentation(info->attributes, info->numAttributes);
+    sortForPresentation(info->rules, info->numRules);
     return info.release();
 }
 
