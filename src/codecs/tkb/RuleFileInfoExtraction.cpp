@@ -30,11 +30,13 @@ using classfile::MethodInfo;
 using ElementList = std::vector<std::unique_ptr<ElementValue>>;
 using AttributeList = std::vector<std::unique_ptr<Attribute>>;
 
-const char* const ATTRIBUTE_MARK = "_$ATTR";
-const char* const RULE_MARK = "_$RULE";
-const wchar_t* const ORDER_ANNOTATION = L"$Order";
-const wchar_t* const GROUP_ANNOTATION = L"$Group";
-const wchar_t* const START_RULE_ANNOTATION = L"$StartRule";
+// Views, so that comparisons look at the lengths first.
+constexpr std::string_view NAME_ELEMENT = "name";
+constexpr std::string_view ATTRIBUTE_MARK = "_$ATTR";
+constexpr std::string_view RULE_MARK = "_$RULE";
+constexpr std::wstring_view ORDER_ANNOTATION = L"$Order";
+constexpr std::wstring_view GROUP_ANNOTATION = L"$Group";
+constexpr std::wstring_view START_RULE_ANNOTATION = L"$StartRule";
 constexpr double START_RULE_BONUS = 1000000.0;
 
 std::wstring widen(const std::string& s) {
@@ -98,7 +100,7 @@ void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Ta
         if (!value->annotation_value)
             continue;
         for (const auto& pair : value->annotation_value->element_value_pairs) {
-            if (elementName(pool, *pair, nameScratch) != "name")
+            if (elementName(pool, *pair, nameScratch) != NAME_ELEMENT)
                 continue;
             const std::string& mark = elementText(pool, *pair, markScratch);
             if (mark == ATTRIBUTE_MARK)
@@ -276,12 +278,12 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
         const std::string& name = elementName(pool, *pair, nameScratch);
-        if (name == "name") {
+        if (name == NAME_ELEMENT) {
             annotation.name = widen(elementText(pool, *pair, textScratch));
             continue;
         }
         Field field = NONE;
-        for (int f = TYPES; f < NONE; ++f)
+        for (int f = TYPES; f < NONE && field == NONE; ++f)
             if (name == fieldNames[f])
                 field = static_cast<Field>(f);
         if (field == NONE)
