@@ -1,7 +1,6 @@
 #include "codecs/tkb/Translator.h"
 
 #include <cstring>
-#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -89,6 +88,7 @@ class Translator {
     }
 
     void mapOwnMethods() {
+        mOwnMethods.reserve(mClass.methods.size());
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
             mKey.assign(text(method.name_index, "a method name"));
@@ -296,7 +296,7 @@ class Translator {
     void storeMethod(int32_t i, std::unique_ptr<TKBMethod> method) {
         std::wstring key = method->name + method->descriptor;
         store(i, TKBConstant::METHOD, std::move(method));
-        mProgram.methodIndex[key] = i;
+        mProgram.methodIndex.insert_or_assign(std::move(key), i);
     }
 
     // Hands value to the program at pool index i; nothing leaks if growing the table fails.
@@ -313,7 +313,7 @@ class Translator {
     const ConstantPool& mPool;
     const int32_t mPoolCount;
     /// Method name followed by descriptor -> position; the later of equal keys wins.
-    std::map<std::string, int32_t> mOwnMethods;
+    std::unordered_map<std::string, int32_t> mOwnMethods;
     int32_t mBuiltinsClass = -1;
     /// Pool index -> name of every class entry (texts owned by the pool).
     std::unordered_map<uint32_t, const std::string*> mClassNames;
