@@ -2,6 +2,10 @@
 #include <sstream>
 #include <string>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <benchmark/benchmark.h>
 
 #include "classfile/ByteStream.h"
@@ -75,4 +79,20 @@ void translate(benchmark::State& state) {
 BENCHMARK(readClassInfo)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(translate)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+#ifdef __GLIBC__
+    // Every iteration builds and frees a few megabytes of small objects. By default glibc then
+    // returns the top of the heap to the system, and faults it back in on the next iteration, or
+    // not, depending on where the last freed chunks happen to lie; that alone can triple a figure.
+    // Fixed thresholds keep the heap in place, so that the figures measure the reader and stay
+    // comparable between builds.
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+#endif
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
