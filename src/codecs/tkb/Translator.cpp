@@ -1,6 +1,7 @@
 #include "codecs/tkb/Translator.h"
 
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -88,7 +89,6 @@ class Translator {
     }
 
     void mapOwnMethods() {
-        mOwnMethods.reserve(mClass.methods.size());
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
             mKey.assign(text(method.name_index, "a method name"));
@@ -313,7 +313,7 @@ class Translator {
     const ConstantPool& mPool;
     const int32_t mPoolCount;
     /// Method name followed by descriptor -> position; the later of equal keys wins.
-    std::unordered_map<std::string, int32_t> mOwnMethods;
+    std::map<std::string, int32_t> mOwnMethods;
     int32_t mBuiltinsClass = -1;
     /// Pool index -> name of every class entry (texts owned by the pool).
     std::unordered_map<uint32_t, const std::string*> mClassNames;
