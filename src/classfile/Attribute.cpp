@@ -19,9 +19,9 @@ namespace {
 constexpr size_t MAX_NAME_SHOWN = 64;
 
 std::unique_ptr<Attribute> readKind(std::string_view name, ByteStream& in, uint16_t index,
-                                    uint32_t length, ConstantPool& pool) {
+                                    uint32_t length, ConstantPool& pool, unsigned depth) {
     if (name == "Code")
-        return std::make_unique<AttributeCode>(in, pool, index, length);
+        return std::make_unique<AttributeCode>(in, pool, index, length, depth);
     if (name == "ConstantValue")
         return std::make_unique<AttributeConstantValue>(in, pool, index);
     if (name == "Exceptions")
@@ -65,7 +65,8 @@ void Attribute::print(std::ostream& os) const {
     os << "name=" << name << "; attribute_length=" << attribute_length;
 }
 
-std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool) {
+std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
+                                         unsigned depth) {
     uint16_t nameIndex;
     uint32_t length;
     {
@@ -80,7 +81,7 @@ std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, Constan
         ByteStream::Section section(
             in, "the \"", std::string_view(name).substr(0, MAX_NAME_SHOWN),
             cut ? "...\" attribute at position " : "\" attribute at position ", index);
-        attribute = readKind(name, in, index, length, pool);
+        attribute = readKind(name, in, index, length, pool, depth);
     }
     attribute->name_index = nameIndex;
     attribute->name = std::move(name);

@@ -58,7 +58,8 @@ private:
 
 /// The attribute factory: reads one attribute (header and payload) and returns it. The payload of a
 /// recognised kind is read by its structure, not by the declared length. StackMap attributes add an
-/// entry to the pool, hence the mutable pool.
-std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool);
+/// entry to the pool, hence the mutable pool. depth counts the enclosing Code attributes.
+std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
+                                         unsigned depth = 0);
 
 } // namespace classfile

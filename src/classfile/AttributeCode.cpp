@@ -3,11 +3,19 @@
 #include "classfile/ByteStream.h"
 #include "classfile/CodeListing.h"
 #include "classfile/ConstantPool.h"
+#include "classfile/ReadError.h"
 
 namespace classfile {
 
-AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length)
+AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length,
+                             unsigned depth)
     : Attribute(AttributeKind::Code, pool_, index_, length) {
+    // Each level costs a few stack frames; a damaged file could otherwise nest until the stack
+    // runs out.
+    if (depth > MAX_CODE_DEPTH)
+        failRead("Code attributes nest too deeply",
+                 formatText("Reading TKB failed: Code attributes nest deeper than %d levels",
+                            MAX_CODE_DEPTH));
     max_stack = in.readU2();
     max_locals = in.readU2();
     code_length = static_cast<int32_t>(in.readU4());
@@ -31,7 +39,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
     attributes_count = in.readU2();
     reserveForCount(attributes, attributes_count);
     for (uint16_t i = 0; i < attributes_count; ++i)
-        attributes.push_back(readAttribute(in, i, pool_));
+        attributes.push_back(readAttribute(in, i, pool_, depth + 1));
 }
 
 void AttributeCode::print(std::ostream& os) const {

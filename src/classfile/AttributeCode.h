@@ -18,10 +18,15 @@ struct ExceptionInfo {
     const ConstantPool* pool;
 };
 
+/// Code attributes nested in Code attributes beyond this many levels are refused.
+constexpr unsigned MAX_CODE_DEPTH = 64;
+
 /// A method's bytecode with its exception table and nested attributes.
 class AttributeCode : public Attribute {
 public:
-    AttributeCode(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length);
+    /// depth counts the enclosing Code attributes.
+    AttributeCode(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length,
+                  unsigned depth = 0);
     /// Includes the instruction listing of the code.
     void print(std::ostream& os) const override;
 

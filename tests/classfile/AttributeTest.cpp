@@ -182,3 +182,34 @@ TEST(AttributeTest, AttributeNameIndexIsChecked) {
 }
 
 } // namespace
+
+namespace {
+
+// A class whose one attribute is a Code attribute holding a Code attribute, and so on, levels deep.
+std::vector<uint8_t> nestedCode(size_t levels) {
+    cw::ClassWriter w = minimalClass();
+    const uint16_t codeName = w.pool.utf8("Code");
+    cw::ByteWriter payload;
+    for (size_t level = 1; level < levels; ++level)
+        payload.u2(0).u2(0).u4(0).u2(0).u2(1).u2(codeName).u4(0);
+    payload.u2(0).u2(0).u4(0).u2(0).u2(0);
+    w.attributes = {cw::rawAttribute(codeName, payload.data())};
+    return w.bytes();
+}
+
+TEST(AttributeTest, CodeNestingIsLimitedTo64Levels) {
+    auto info = readClass(nestedCode(65));
+    const Attribute* attribute = info->attributes.at(0).get();
+    for (int level = 1; level < 65; ++level)
+        attribute = dynamic_cast<const AttributeCode&>(*attribute).attributes.at(0).get();
+    EXPECT_TRUE(dynamic_cast<const AttributeCode&>(*attribute).attributes.empty());
+
+    CerrCapture err;
+    EXPECT_EQ("Reading TKB failed: Code attributes nest deeper than 64 levels",
+              errorOf([] { readClass(nestedCode(66)); }));
+    EXPECT_EQ("Code attributes nest too deeply\n", err.text());
+    EXPECT_EQ("Reading TKB failed: Code attributes nest deeper than 64 levels",
+              errorOf([] { readClass(nestedCode(200000)); }));
+}
+
+} // namespace
