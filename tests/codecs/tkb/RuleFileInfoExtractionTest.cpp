@@ -1,4 +1,5 @@
 // How attributes, rules, parameters and annotations are read from the marker annotations.
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -112,6 +113,26 @@ TEST(RuleFileInfoExtractionTest, EntriesFromMarkedMethodsOnly) {
                                                        {kov::VT_FLOAT, L"param3"}};
     for (size_t k = 0; k < 4; ++k)
         EXPECT_EQ(std::make_pair(roof.parameters[k].type, roof.parameters[k].name), params[k]) << k;
+}
+
+TEST(RuleFileInfoExtractionTest, EveryMarkTakesAnEntryAndTheLastOneIsFilled) {
+    RuleFileBuilder b;
+    b.addRule("Lot", "(D)V", {"x"});
+    classwriter::Annotation twice;
+    twice.typeIndex = b.utf8("Lx;");
+    twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
+    twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
+    b.writer().methods.back().attributes.back() = markerAttribute(b, twice);
+    auto info = extract(b);
+
+    // The entry taken first stays at its start values and sorts last.
+    ASSERT_EQ(info->numRules, 2u);
+    EXPECT_EQ(info->rules[0].name, L"Lot");
+    EXPECT_EQ(info->rules[0].numParameters, 1u);
+    EXPECT_EQ(info->rules[1].toXMLString(),
+              "<entry returntype=\"?\" name=\"\"><parameters></parameters><annotations>\n"
+              "</annotations>\n</entry>");
+    EXPECT_EQ(info->rules[1].order, std::numeric_limits<double>::max());
 }
 
 TEST(RuleFileInfoExtractionTest, SortByGroupThenOrderThenName) {

@@ -98,6 +98,11 @@ TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
 TEST(TranslateTest, TableEndsAtTheLastTranslatedEntry) {
     RuleFileBuilder b;
     const uint16_t five = b.integer(5);
+    // Interface method references stay untranslated, even to a class that no rule could call.
+    auto& pool = b.writer().pool;
+    pool.interfaceMethodref(b.classNamed("com/other/Api"), b.nameAndType("run", "()I"));
+    pool.floating(1.5f);
+    pool.longValue(7);
     b.utf8("trailing");
     b.nameAndType("a", "()V");
     kovx::TKBProgram p;
