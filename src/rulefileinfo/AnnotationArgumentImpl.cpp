@@ -1,6 +1,5 @@
 #include "rulefileinfo/AnnotationArgumentImpl.h"
 
-#include <locale>
 #include <sstream>
 
 #include "rulefileinfo/XMLText.h"
@@ -9,18 +8,6 @@
 
 using util::StringUtils;
 
-namespace {
-
-// Default stream notation, but never the process locale's decimal separator.
-std::string floatText(double value) {
-    std::ostringstream s;
-    s.imbue(std::locale::classic());
-    s << value;
-    return s.str();
-}
-
-} // namespace
-
 void AnnotationArgumentImpl::writeXML(std::ostream& out) const {
     out << "<argument type=\"" << rulefileinfo::valueTypeName(type) << "\"";
     if (!key.empty())
@@ -28,7 +15,7 @@ void AnnotationArgumentImpl::writeXML(std::ostream& out) const {
     out << " value=\"";
     switch (type) {
     case kov::VT_BOOL: out << (boolValue ? "true" : "false"); break;
-    case kov::VT_FLOAT: out << floatText(floatValue); break;
+    case kov::VT_FLOAT: out << xml::floatText(floatValue); break;
     case kov::VT_STR: out << StringUtils::toUTF8FromUTF32(xml::escape(strValue.c_str())); break;
     default: out << "?"; break;
     }

@@ -29,7 +29,7 @@ template <typename T> std::string numberText(T value) {
 std::string itemText(bool value) { return value ? "true" : "false"; }
 std::string itemText(int32_t value) { return numberText(value); }
 std::string itemText(int64_t value) { return numberText(value); }
-std::string itemText(double value) { return numberText(value); }
+std::string itemText(double value) { return floatText(value); }
 std::string itemText(const wchar_t* value) { return utf8(escape(value).c_str()); }
 std::string itemText(const std::wstring& value) { return itemText(value.c_str()); }
 
@@ -74,6 +74,8 @@ std::wstring escape(const wchar_t* text) {
     }
     return out;
 }
+
+std::string floatText(double value) { return numberText(value); }
 
 std::ostream& writeDeclaration(std::ostream& out) {
     return out << "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";

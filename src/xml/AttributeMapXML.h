@@ -20,6 +20,10 @@ namespace xml {
 /// The text with the five XML special characters replaced by their entities; "" for null.
 std::wstring escape(const wchar_t* text);
 
+/// value as a stream in its default state writes it (six significant digits), in the classic
+/// locale whatever the process locale is. Shared by every XML form that writes a double.
+std::string floatText(double value);
+
 /// The XML declaration followed by a line feed.
 std::ostream& writeDeclaration(std::ostream& out);
 
