@@ -6,7 +6,7 @@
 #include <iostream>
 #include <stdexcept>
 
-#include <boost/locale/encoding_utf.hpp>
+#include "util/StringUtils.h"
 
 namespace kovhost {
 
@@ -60,8 +60,7 @@ std::string Host::defaultLibraryDir() {
 void Host::loadExtensions(const std::vector<std::string>& paths) {
     std::vector<std::wstring> widePaths;
     for (const std::string& path : paths)
-        widePaths.push_back(
-            boost::locale::conv::utf_to_utf<wchar_t>(path, boost::locale::conv::skip));
+        widePaths.push_back(util::StringUtils::toUTF32FromUTF8(path));
     std::vector<const wchar_t*> pointers;
     for (const std::wstring& path : widePaths)
         pointers.push_back(path.c_str());
