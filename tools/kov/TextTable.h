@@ -13,7 +13,6 @@ public:
 
     /// Missing cells are empty; surplus cells are dropped.
     void addRow(std::vector<std::string> cells);
-    bool empty() const { return mRows.size() <= 1; }
 
     /// Each line starts with indent blanks; columns are separated by two blanks and the last one
     /// is not padded, so no line ends in blanks.
