@@ -50,22 +50,3 @@ TEST(KovHostTest, ExtensionsListsTheDefaultAndTheGivenPlugins) {
         << run.err;
     EXPECT_FALSE(contains(run.out, "not-a-library"));
 }
-
-TEST(KovHostTest, UsageAndErrors) {
-    KovRun help = kov("--help");
-    EXPECT_EQ(help.status, 0);
-    EXPECT_TRUE(contains(help.out, "Usage: kov")) << help.out;
-    EXPECT_TRUE(contains(help.out, "extensions"));
-
-    KovRun none = kov("");
-    EXPECT_EQ(none.status, 1);
-    EXPECT_TRUE(contains(none.err, "Usage: kov"));
-
-    KovRun unknown = kov("frobnicate");
-    EXPECT_EQ(unknown.status, 1);
-    EXPECT_EQ(unknown.err.rfind("kov: ", 0), 0u) << unknown.err;
-    EXPECT_TRUE(unknown.out.empty());
-
-    EXPECT_EQ(kov("extensions surplus").status, 1);
-    EXPECT_EQ(kov("extensions -p").status, 1);
-}

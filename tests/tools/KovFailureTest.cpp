@@ -145,6 +145,7 @@ TEST(KovFailureTest, UsageHelpAndCommandLineMistakes) {
     const ProcessResult overall = runKov({"help"});
     EXPECT_EQ(overall.status, 0);
     EXPECT_EQ(overall.out, none.err);
+    EXPECT_EQ(runKov({"--help"}).out, none.err);
 
     const ProcessResult help = runKov({"help", "constants"});
     EXPECT_EQ(help.status, 0);
@@ -162,7 +163,14 @@ TEST(KovFailureTest, UsageHelpAndCommandLineMistakes) {
     const ProcessResult flag = runKov({"info", "--json", example("minimal.tkb")});
     EXPECT_EQ(flag.status, 1);
     EXPECT_EQ(flag.err.rfind("kov: unrecognised option '--json'", 0), 0u) << flag.err;
+    const ProcessResult unknown = runKov({"frobnicate"});
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_TRUE(unknown.out.empty());
+    EXPECT_EQ(unknown.err, "kov: unknown command 'frobnicate'\nTry 'kov --help'.\n");
     EXPECT_EQ(runKov({"help", "frobnicate"}).status, 1);
+    EXPECT_EQ(runKov({"extensions", "surplus"}).err,
+              "kov: 'extensions' takes no arguments, got 'surplus'\nTry 'kov --help'.\n");
+    EXPECT_EQ(runKov({"extensions", "-p"}).status, 1);
     EXPECT_EQ(runKov({"help", "info", "xml"}).status, 1);
 
     // Options of kov itself may follow the command.
