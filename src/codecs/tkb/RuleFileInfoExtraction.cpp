@@ -274,6 +274,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
 
     annotation.setNumArguments(0);
     bool sized = false;
+    // Per field: arguments from this position on hold the field's start value.
+    size_t reached[NONE] = {};
     std::string nameScratch;
     std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
@@ -294,7 +296,13 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
             annotation.setNumArguments(values.size());
             sized = true;
         }
-        for (size_t k = 0; k < annotation.numArguments; ++k) {
+        // Arguments past the array fall back to the start value, and those past the field's
+        // previous array already hold it: each array costs its own length, so many short
+        // arrays after a long one cannot make the work grow with their product.
+        const size_t given = std::min(values.size(), annotation.numArguments);
+        const size_t end = std::max(given, reached[field]);
+        reached[field] = given;
+        for (size_t k = 0; k < end; ++k) {
             AnnotationArgumentImpl& argument = annotation.arguments[k];
             const ElementValue* value = k < values.size() ? values[k].get() : nullptr;
             const classfile::ConstantPoolEntry* constant =

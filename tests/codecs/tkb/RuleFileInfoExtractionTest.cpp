@@ -172,12 +172,16 @@ TEST(RuleFileInfoExtractionTest, SortByGroupThenOrderThenName) {
 TEST(RuleFileInfoExtractionTest, FileAnnotationsAndShortArrays) {
     RuleFileBuilder b;
     b.addFileAnnotation(RuleAnnotation("$Old"));
-    // "names" is shorter than "types", and "dvals" names an integer constant.
+    // "names" is shorter than "types" and comes again shorter, taking back the second key;
+    // "dvals" names an integer constant.
     classwriter::Annotation nested;
     nested.typeIndex = b.utf8("Lx;");
     nested.pairs.emplace_back(b.utf8("types"),
                               ElementValue::array({ElementValue::constant('C', b.integer('f')),
                                                    ElementValue::constant('C', b.integer('s'))}));
+    nested.pairs.emplace_back(b.utf8("names"),
+                              ElementValue::array({ElementValue::constant('s', b.utf8("x")),
+                                                   ElementValue::constant('s', b.utf8("y"))}));
     nested.pairs.emplace_back(b.utf8("names"),
                               ElementValue::array({ElementValue::constant('s', b.utf8("k"))}));
     nested.pairs.emplace_back(b.utf8("dvals"),
