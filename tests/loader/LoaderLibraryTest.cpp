@@ -1,11 +1,14 @@
 // What the core does: load the built library, enter it through init, use and destroy the manager.
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -27,10 +30,28 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
     kovx::ExtensionManager* manager = init(nullptr);
     const wchar_t* paths[] = {L"" KOVTEST_EXTENSION_DIR, L"" KOVTEST_FULL_PLUGIN};
     manager->loadExtensions(paths, 2);
+    // The built-in rule file decoder is registered besides the plug-in's, with the default merit.
+    wchar_t ids[128];
+    size_t size = 128;
+    manager->listDecoderIds(ids, &size);
+    EXPECT_EQ(std::wstring(ids), L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
+    const std::vector<std::string> texts = log.texts();
+    EXPECT_NE(std::find(texts.begin(), texts.end(),
+                        "    com.velmor.kov.core.TKBDecoder                (1.0) TKB Byte Stream "
+                        "Reader"),
+              texts.end());
     {
+        // For .tkb the plug-in's decoder (merit 3) wins: it decodes an empty stream to nothing.
+        // Only the built-in one takes .class, and it fails on the empty stream.
+        kovx::ContentPtrVector results;
+        std::istringstream empty;
         kovx::DecoderPtr decoder =
             manager->createMatchingDecoder(kov::CT_RULEFILE, kovx::URIPtr(new kovx::URI("a.tkb")));
-        EXPECT_EQ(decoder->getExtensionType(), kovx::Extension::ET_DECODER);
+        EXPECT_NO_THROW(decoder->decode(results, empty));
+        kovx::DecoderPtr builtin = manager->createMatchingDecoder(
+            kov::CT_RULEFILE, kovx::URIPtr(new kovx::URI("file:/x/a.class")));
+        EXPECT_ANY_THROW(builtin->decode(results, empty));
+        EXPECT_TRUE(results.empty());
 
         // The file-system adaptor plug-in reads a file through a file: URI...
         const std::string file = testing::TempDir() + "kov-loader-test.bin";
