@@ -153,8 +153,24 @@ TEST(ClassInfoTest, RichClassReadsAndPrintsEverySection) {
                               "    [0]={tag=Class; name_index=5 [com/velmor/Shape]};",
                               "name=SourceFile; attribute_length=2; source_file_index=",
                               "inner_class_access_flags=public static final ;\n",
-                              "name=Signature; attribute_length=3};", "\n  };\n};"})
+                              "name=Signature; attribute_length=3};", "\n  };\n};",
+                              "    [14]={tag=Float; value=0.5};\n",
+                              "; max_stack=4; max_locals=3; code_length=12; "
+                              "exception_table_length=1;\n          exceptions={\n",
+                              "\n          }\n          attributes_count=3          attributes={"
+                              "\n        [0]={name=LineNumberTable;",
+                              "; localVariableTableLength=1; localVariableTable={\n          [0]={\n"
+                              "            start_pc=0;\n",
+                              "; numberOfEntries=1; entries={\n          [0]={\n",
+                              "; num_annotations=1; annotations={\n          [0]={\ntype_index=38 ",
+                              "; number_of_classes=1;\n          classes={\n            [0]="})
         EXPECT_NE(std::string::npos, dump.find(piece)) << piece;
+
+    // Class entries never compare equal, so even an interface displays as a class; each
+    // comparison with an interface entry leaves its warning.
+    CerrCapture comparisons;
+    EXPECT_EQ("Class com.velmor.Shape", info->interfaces.at(0)->toLiteral());
+    EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
 }
 
 } // namespace
