@@ -1,6 +1,9 @@
 // Each kov command on the bundled examples, run as a user runs it.
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <fstream>
 #include <set>
 
@@ -237,6 +240,21 @@ TEST(KovCommandsTest, ConstantsTextListsEveryFilledSlotThenTheTables) {
     EXPECT_EQ(lines[filled + 2], "enumTypes: RoofType");
     EXPECT_EQ(lines[filled + 3], "methodIndex (33):");
     EXPECT_TRUE(contains(run.out, "\n  Door(DLjava/lang/String;)V -> "));
+}
+
+TEST(KovCommandsTest, ConstantsTextEscapesControlCharactersUnambiguously) {
+    // A pool text of the same length keeps the file well formed.
+    std::string bytes = kovtest::readFile(example("building.tkb"));
+    const size_t at = bytes.find("#d8cfc4");
+    ASSERT_NE(at, std::string::npos);
+    bytes.replace(at, 7, std::string("\x01" "a\t\"\\\x7f" "7"));
+    const std::string file =
+        testing::TempDir() + "kov-control-" + std::to_string(getpid()) + ".tkb";
+    kovtest::writeFile(file, bytes);
+    const kovtest::ProcessResult run = runKov({"constants", file});
+    std::remove(file.c_str());
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(contains(run.out, "] string      \"\\001a\\t\\\"\\\\\\1777\"\n")) << run.out;
 }
 
 TEST(KovCommandsTest, DumpIsTheClassModelWithItsCode) {

@@ -32,7 +32,6 @@ std::string shortestDouble(double value) {
 }
 
 std::string quoted(const std::string& text) {
-    static const char* const HEX = "0123456789abcdef";
     std::string out = "\"";
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
@@ -44,9 +43,11 @@ std::string quoted(const std::string& text) {
         case '\t': out += "\\t"; break;
         default:
             if (byte < 0x20 || byte == 0x7F) {
-                out += "\\x";
-                out += HEX[byte >> 4];
-                out += HEX[byte & 0xF];
+                // Three octal digits: a C hex escape would swallow a hex digit that follows.
+                out += '\\';
+                out += static_cast<char>('0' + (byte >> 6));
+                out += static_cast<char>('0' + ((byte >> 3) & 7));
+                out += static_cast<char>('0' + (byte & 7));
             } else {
                 out += c;
             }
