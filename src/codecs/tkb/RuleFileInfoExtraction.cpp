@@ -11,6 +11,7 @@
 #include "classfile/AttributeCode.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/TableAttributes.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "rulefileinfo/RuleFileInfoImpl.h"
 #include "util/StringUtils.h"
 
@@ -140,24 +141,31 @@ void applySortAnnotations(EntryImpl& entry) {
 }
 
 void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
-               const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker) {
+               const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker,
+               MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
-    entry.name = widen(entryName(method.name()));
+    const std::string& methodName = method.name();
+    budget.charge(sizeof(wchar_t) * methodName.size(), "the names of its entries");
+    entry.name = widen(entryName(methodName));
 
     std::vector<int32_t> types;
     const int32_t count = parseMethodDescriptor(method.descriptor(), &types);
     entry.returnType = types[0];
 
+    budget.charge(sizeof(ParameterImpl) * static_cast<size_t>(count), "the parameters of its entries");
     entry.setNumParameters(static_cast<size_t>(count));
     std::string scratch;
     for (int32_t k = 0; k < count; ++k) {
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
-        if (locals && static_cast<size_t>(k) < locals->local_variable_table.size())
-            parameter.name = widen(pool.textAt(locals->local_variable_table[k].name_index,
-                                               "a parameter name", scratch));
-        else
+        if (locals && static_cast<size_t>(k) < locals->local_variable_table.size()) {
+            const std::string& name = pool.textAt(locals->local_variable_table[k].name_index,
+                                                  "a parameter name", scratch);
+            budget.charge(sizeof(wchar_t) * name.size(), "the parameter names of its entries");
+            parameter.name = widen(name);
+        } else {
             parameter.name = L"param" + std::wstring(1, static_cast<wchar_t>(L'0' + k));
+        }
     }
 
     entry.setNumAnnotations(nestedOf(marker).size());
@@ -370,6 +378,7 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
 
     size_t nextAttribute = 0;
     size_t nextRule = 0;
+    MemoryBudget budget;
     for (const auto& method : classFile.methods) {
         const auto* annotations = visibleAnnotations(method->attributes);
         if (!annotations)
@@ -386,7 +395,7 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
                     taken = &info->rules[nextRule++];
             });
             if (taken)
-                fillEntry(classFile, *taken, *method, locals, *annotation);
+                fillEntry(classFile, *taken, *method, locals, *annotation, budget);
         }
     }
 

@@ -13,6 +13,7 @@
 #include "classfile/ClassInfo.h"
 #include "classfile/TableAttributes.h"
 #include "codecs/tkb/BuiltinTables.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "codecs/tkb/RuleFileInfoExtraction.h"
 #include "kovx/Log.h"
 #include "kovx/StatusException.h"
@@ -294,6 +295,11 @@ class Translator {
     }
 
     void storeMethod(int32_t i, std::unique_ptr<TKBMethod> method) {
+        mBudget.charge(sizeof(TKBMethod) + method->code.size() +
+                           sizeof(int32_t) * method->localTypes.size() +
+                           sizeof(wchar_t) * (method->name.size() + method->baseName.size() +
+                                              method->descriptor.size()),
+                       "the method records of its method references");
         std::wstring key = method->name + method->descriptor;
         store(i, TKBConstant::METHOD, std::move(method));
         mProgram.methodIndex.insert_or_assign(std::move(key), i);
@@ -319,6 +325,7 @@ class Translator {
     std::unordered_map<uint32_t, const std::string*> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;
+    MemoryBudget mBudget;
 };
 
 } // namespace
