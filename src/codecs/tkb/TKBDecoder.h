@@ -11,7 +11,8 @@ class TKBDecoder : public kovx::Decoder {
     ExtensionType getExtensionType() const override { return ET_DECODER; }
     kov::ContentType getContentType() const override { return kov::CT_RULEFILE; }
     /// Appends exactly one rule program on success. Any failure of the translation passes on
-    /// unchanged and leaves results as they were.
+    /// unchanged and leaves results as they were; the rule program made for it is abandoned, not
+    /// released, as the core expects.
     void decode(kovx::ContentPtrVector& results, std::istream& stream) const override;
 };
 
