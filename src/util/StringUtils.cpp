@@ -1,6 +1,7 @@
 #include "util/StringUtils.h"
 
 #include <cstring>
+#include <cwchar>
 #include <sstream>
 
 #include <boost/locale/encoding_utf.hpp>
