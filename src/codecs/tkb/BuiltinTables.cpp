@@ -62,10 +62,4 @@ void addEnumValue(EnumValueMap& map, const std::string& type, const std::string&
     it->second[member] = value;
 }
 
-int32_t findBuiltinId(const std::string& key) {
-    const BuiltinIndexMap* map = getBuiltinIndexMap();
-    auto it = map->find(key);
-    return it == map->end() ? -1 : it->second;
-}
-
 } // namespace tkb

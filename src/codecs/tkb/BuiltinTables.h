@@ -61,7 +61,4 @@ void fillEnumValueMap(EnumValueMap& map);
 void addEnumValue(EnumValueMap& map, const std::string& type, const std::string& member,
                   int32_t value);
 
-/// The builtin id stored under key (name followed by descriptor), or -1 when there is none.
-int32_t findBuiltinId(const std::string& key);
-
 } // namespace tkb

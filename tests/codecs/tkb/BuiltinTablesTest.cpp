@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "TkbTestSupport.h"
 #include "codecs/tkb/BuiltinTables.h"
 
 namespace {
@@ -172,23 +173,23 @@ TEST(BuiltinIndexMapTest, MapsExactKeysToIdsAndMissesEverythingElse) {
     for (std::size_t i = 0; i < tkb::BUILTIN_FUNCTIONS_COUNT; ++i)
         EXPECT_EQ(map->at(keyOf(i)), static_cast<int32_t>(i));
 
-    EXPECT_EQ(tkb::findBuiltinId("abs(D)D"), 0);
-    EXPECT_EQ(tkb::findBuiltinId("_$setStyleSelector(II)V"), 286);
-    EXPECT_EQ(tkb::findBuiltinId("split$total()D"), 232);
-    EXPECT_EQ(tkb::findBuiltinId("atan2(DD)D"), 15);
-    EXPECT_EQ(tkb::findBuiltinId("rand()D"), 171);
-    EXPECT_EQ(tkb::findBuiltinId("rand(D)D"), 172);
-    EXPECT_EQ(tkb::findBuiltinId("rand(DD)D"), 173);
-    EXPECT_EQ(tkb::findBuiltinId("split(Lcom/velmor/gc/SplitAxis;Lcom/velmor/gc/SplitNode;)V"),
+    EXPECT_EQ(tkbtest::builtinId("abs(D)D"), 0);
+    EXPECT_EQ(tkbtest::builtinId("_$setStyleSelector(II)V"), 286);
+    EXPECT_EQ(tkbtest::builtinId("split$total()D"), 232);
+    EXPECT_EQ(tkbtest::builtinId("atan2(DD)D"), 15);
+    EXPECT_EQ(tkbtest::builtinId("rand()D"), 171);
+    EXPECT_EQ(tkbtest::builtinId("rand(D)D"), 172);
+    EXPECT_EQ(tkbtest::builtinId("rand(DD)D"), 173);
+    EXPECT_EQ(tkbtest::builtinId("split(Lcom/velmor/gc/SplitAxis;Lcom/velmor/gc/SplitNode;)V"),
               229);
 
-    EXPECT_EQ(tkb::findBuiltinId("abs"), -1);
-    EXPECT_EQ(tkb::findBuiltinId("abs (D)D"), -1);
-    EXPECT_EQ(tkb::findBuiltinId("ABS(D)D"), -1);
-    EXPECT_EQ(tkb::findBuiltinId("sqrt(DD)D"), -1);
-    EXPECT_EQ(tkb::findBuiltinId("rand(DDD)D"), -1);
-    EXPECT_EQ(tkb::findBuiltinId(std::string("abs(D)D\0", 8)), -1);
-    EXPECT_EQ(tkb::findBuiltinId(""), -1);
+    EXPECT_EQ(tkbtest::builtinId("abs"), -1);
+    EXPECT_EQ(tkbtest::builtinId("abs (D)D"), -1);
+    EXPECT_EQ(tkbtest::builtinId("ABS(D)D"), -1);
+    EXPECT_EQ(tkbtest::builtinId("sqrt(DD)D"), -1);
+    EXPECT_EQ(tkbtest::builtinId("rand(DDD)D"), -1);
+    EXPECT_EQ(tkbtest::builtinId(std::string("abs(D)D\0", 8)), -1);
+    EXPECT_EQ(tkbtest::builtinId(""), -1);
 }
 
 TEST(EnumTableTest, TypesAreContiguousSortedAndSizedAsListed) {

@@ -133,7 +133,7 @@ TEST(DecoderTest, ManagerDecodesARealisticRuleFile) {
     EXPECT_EQ(tkbtest::methodAt(p, methods.at(L"Mass(DLjava/lang/String;)V"))->localSlots, 3);
     EXPECT_EQ(tkbtest::methodAt(p, methods.at(L"half(D)D"))->methodPosition, 7);
     EXPECT_EQ(tkbtest::describe(p, b.methodref(builtins, "color", "(Ljava/lang/String;)V")),
-              L"builtin " + std::to_wstring(tkb::findBuiltinId("color(Ljava/lang/String;)V")));
+              L"builtin " + std::to_wstring(tkbtest::builtinId("color(Ljava/lang/String;)V")));
     EXPECT_EQ(tkbtest::describe(p, b.methodref(builtins, "_$createShape", "(I)V")), L"shape");
     EXPECT_EQ(tkbtest::describe(p, b.string("facade.png")), L"string facade.png");
     EXPECT_EQ(tkbtest::describe(p, b.fieldref(b.classNamed("com/velmor/gc/AlignAxesSelector"), "y",

@@ -6,10 +6,18 @@
 #include <string>
 #include <vector>
 
+#include "codecs/tkb/BuiltinTables.h"
 #include "codecs/tkb/Translator.h"
 #include "kovx/TKB.h"
 
 namespace tkbtest {
+
+/// The builtin id stored under key (name followed by descriptor), or -1 when there is none.
+inline int32_t builtinId(const std::string& key) {
+    const tkb::BuiltinIndexMap& map = *tkb::getBuiltinIndexMap();
+    auto it = map.find(key);
+    return it == map.end() ? -1 : it->second;
+}
 
 inline std::string asText(const std::vector<uint8_t>& bytes) {
     return std::string(bytes.begin(), bytes.end());

@@ -73,7 +73,7 @@ TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
         {b.integer(-7), L"int -7"},
         {b.doubleValue(2.5), L"double 2.5"},
         {b.doubleValue(2.5) + 1, L"none"},
-        {extrude, L"builtin " + std::to_wstring(tkb::findBuiltinId("extrude(D)V"))},
+        {extrude, L"builtin " + std::to_wstring(tkbtest::builtinId("extrude(D)V"))},
         {b.fieldref(axes, "y", axesType), L"enum AlignAxesSelector.y=1"},
         {b.fieldref(axes, "w", axesType), L"enum AlignAxesSelector.w=-1"},
         // valueOf references in pool order, duplicates kept.
