@@ -10,6 +10,7 @@
 
 #include "Commands.h"
 #include "Host.h"
+#include "kov/Version.h"
 
 namespace po = boost::program_options;
 
@@ -21,7 +22,7 @@ void printUsage(std::ostream& out, const po::options_description& options) {
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
            "the command. FILE is a path or a file: URI.\n\nCommands:\n";
     auto line = [&out](const std::string& head, const char* summary) {
-        out << "  " << head << std::string(head.size() < 26 ? 26 - head.size() : 1, ' ') << summary
+        out << "  " << head << std::string(head.size() < 28 ? 28 - head.size() : 1, ' ') << summary
             << "\n";
     };
     for (const kovhost::Command& command : kovhost::commands())
@@ -101,6 +102,7 @@ int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invo
 int run(int argc, char** argv) {
     po::options_description options("Options");
     options.add_options()("help,h", "show this help, or the command's, and exit")(
+        "version", "print kov's version and exit")(
         "plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
         "also load extensions from PATH, a directory or a .so file (repeatable)");
     po::options_description positionals;
@@ -121,6 +123,10 @@ int run(int argc, char** argv) {
     po::store(parsed, vm);
     po::notify(vm);
 
+    if (vm.count("version")) {
+        std::cout << "kov " KOV_VERSION_STRING "\n";
+        return 0;
+    }
     const bool help = vm.count("help") != 0;
     if (!vm.count("command")) {
         printUsage(help ? std::cout : std::cerr, options);
