@@ -20,7 +20,8 @@ void printUsage(std::ostream& out, const po::options_description& options) {
     out << "Usage: kov [options] <command> [arguments]\n\n"
            "Loads the loader library and the extensions in its default extension directory\n"
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
-           "the command. FILE is a path or a file: URI.\n\nCommands:\n";
+           "the command.\n\n"
+        << kovhost::FILES_NOTE << "\n\nCommands:\n";
     auto line = [&out](const std::string& head, const char* summary) {
         out << "  " << head << std::string(head.size() < 28 ? 28 - head.size() : 1, ' ') << summary
             << "\n";
@@ -89,7 +90,7 @@ int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invo
         host.loadExtensions(paths);
         // Everything the command took from the libraries is released when it returns, before
         // the host unloads them.
-        return command.run(host, invocation, std::cout);
+        return command.execute(host, invocation, std::cout, std::cerr);
     } catch (const std::exception& e) {
         // The exception's class may live in a plug-in, which goes with the manager: keep only
         // its text.
