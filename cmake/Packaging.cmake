@@ -25,3 +25,5 @@ configure_file(cmake/kov.pc.in ${CMAKE_BINARY_DIR}/pkgconfig/kov.pc @ONLY)
 configure_file(cmake/kov-extension.pc.in ${CMAKE_BINARY_DIR}/pkgconfig/kov-extension.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/pkgconfig/kov.pc ${CMAKE_BINARY_DIR}/pkgconfig/kov-extension.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES README.md docs/plugins.md docs/architecture.md DESTINATION ${KOV_INSTALL_DOCDIR})
