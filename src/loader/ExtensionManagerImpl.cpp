@@ -287,9 +287,12 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             path;
         return;
     }
+    // Outside the try: what the library throws may be an object of its own class, whose what()
+    // and destructor are its code. The library stays loaded until the handler is done with it.
+    boost::shared_ptr<ExtensionLibrary> library;
     try {
         std::wstring fileName = util::StringUtils::toUTF32FromUTF8(file.filename().string());
-        boost::shared_ptr<ExtensionLibrary> library(new ExtensionLibrary(path));
+        library.reset(new ExtensionLibrary(path));
         if (!library->getHandle())
             kovx::LogFormatterW(kov::LOG_WARNING, L"failed to load library %s") % fileName;
         else
