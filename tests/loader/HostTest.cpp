@@ -38,3 +38,16 @@ TEST(KovHostTest, ExtensionsListsTheDefaultAndTheGivenPlugins) {
         << run.err;
     EXPECT_FALSE(contains(run.out, "not-a-library"));
 }
+
+TEST(KovHostTest, ProbePluginsSkipsPluginsThatWouldKillKovAndLoadsTheRest) {
+    const kovtest::ProcessResult run = kovtest::runProgram(
+        KOVTEST_KOV_EXECUTABLE, {"--probe-plugins", "-p", KOVTEST_DEADLY_DIR, "extensions"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(contains(run.out, "    test.probed.Decoder ")) << run.out;
+    const std::string skipping =
+        "kov: warning: skipping plug-in '" KOVTEST_DEADLY_DIR "/libkovtest_";
+    for (const char* line : {"aborts.so': its probe process was killed by signal SIGABRT\n",
+                             "exits.so': its probe process exited with status 3\n",
+                             "segfaults.so': its probe process was killed by signal SIGSEGV\n"})
+        EXPECT_TRUE(contains(run.err, skipping + line)) << run.err;
+}
