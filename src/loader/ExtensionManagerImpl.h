@@ -35,6 +35,8 @@ public:
     kovx::DecoderPtr createDecoder(const std::wstring& id) const override;
     kovx::StreamAdaptorPtr createStreamAdaptor(kovx::URIPtr uri) const override;
     void loadExtensions(const wchar_t* const* paths, size_t count) override;
+    /// With KOV_PROBE_PLUGINS=1, a helper process loads the library first, and a library that
+    /// kills it is skipped with a warning instead of being loaded here.
     void loadExtensionLibrary(const std::string& path) override;
 
 private:

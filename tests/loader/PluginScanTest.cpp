@@ -16,6 +16,8 @@ namespace {
 const std::string PLUGIN_DIR = KOVTEST_PLUGIN_DIR;
 const std::string FULL_PLUGIN = KOVTEST_FULL_PLUGIN;
 const std::string NESTED_PLUGIN = KOVTEST_NESTED_PLUGIN;
+const std::string THROWING_OWN_PLUGIN = KOVTEST_THROWING_OWN_PLUGIN;
+const std::string THROWING_ON_UNREGISTER_PLUGIN = KOVTEST_THROWING_ON_UNREGISTER_PLUGIN;
 
 std::vector<std::string> events;
 void recordEvent(const char* event) {
@@ -66,6 +68,10 @@ bool take(std::vector<std::pair<kov::LogLevel, std::string>>& messages, kov::Log
 
 std::string listed(const std::string& id, const char* meritAndDescription) {
     return "    " + id + std::string(45 - id.size(), ' ') + " " + meritAndDescription;
+}
+
+std::wstring wide(const std::string& path) {
+    return std::wstring(path.begin(), path.end());
 }
 
 } // namespace
@@ -127,6 +133,33 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
         EXPECT_TRUE(
             startsWith(e.what(), "error while loading function 'unregisterExtensionFactories': "))
             << e.what();
+    }
+}
+
+// The exception classes of these plug-ins live in the plug-ins: their texts can only be read, and
+// the exceptions only be destroyed, while the libraries are loaded.
+TEST(PluginScanTest, ExceptionsOfThePluginsOwnClassesAreLoggedAndTheScanGoesOn) {
+    kovtest::LogCapture log;
+    auto* manager = new loader::ExtensionManagerImpl();
+    const std::wstring paths[] = {wide(THROWING_OWN_PLUGIN), wide(THROWING_ON_UNREGISTER_PLUGIN),
+                                  wide(FULL_PLUGIN)};
+    const wchar_t* pointers[] = {paths[0].c_str(), paths[1].c_str(), paths[2].c_str()};
+    manager->loadExtensions(pointers, 3);
+
+    auto messages = log.messages();
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register extensions from '" + THROWING_OWN_PLUGIN +
+                         "' due to exception: registration refused by the plug-in's own error"));
+    EXPECT_TRUE(
+        take(messages, kov::LOG_INFO, listed("test.plugin.Decoder", "(3.0) test decoder")));
+    for (const auto& message : messages)
+        EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
+
+    try {
+        delete manager;
+        ADD_FAILURE() << "the manager's teardown did not throw";
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "unregistration refused by the plug-in's own error");
     }
 }
 

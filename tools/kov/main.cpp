@@ -1,5 +1,6 @@
 // kov: a command-line host for the loader library. It loads the library and its extensions as
 // the runtime's core does, then runs one command.
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -105,7 +106,8 @@ int run(int argc, char** argv) {
     options.add_options()("help,h", "show this help, or the command's, and exit")(
         "version", "print kov's version and exit")(
         "plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
-        "also load extensions from PATH, a directory or a .so file (repeatable)");
+        "also load extensions from PATH, a directory or a .so file (repeatable)")(
+        "probe-plugins", "try every plug-in in a helper process first and skip those that kill it");
     po::options_description positionals;
     positionals.add_options()("command", po::value<std::string>())(
         "args", po::value<std::vector<std::string>>());
@@ -159,6 +161,9 @@ int run(int argc, char** argv) {
         for (const std::string& path : vm["plugin-path"].as<std::vector<std::string>>())
             paths.push_back(path);
     }
+    // The extension manager reads this when it loads the plug-ins.
+    if (vm.count("probe-plugins"))
+        setenv("KOV_PROBE_PLUGINS", "1", 1);
     return runWithHost(command, invocation, paths);
 }
 
