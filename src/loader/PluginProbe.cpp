@@ -105,6 +105,11 @@ pid_t waitFor(pid_t pid, int* status, int options) {
 
 } // namespace
 
+// The build passes the helper's place for its install layout; this is the default layout's.
+#ifndef KOV_LIBDIR_TO_PROBE_HELPER
+#define KOV_LIBDIR_TO_PROBE_HELPER "../libexec/kov/kov-plugin-probe"
+#endif
+
 bool pluginProbingEnabled() {
     const char* value = std::getenv("KOV_PROBE_PLUGINS");
     return value && std::strcmp(value, "1") == 0;

@@ -34,7 +34,7 @@ for file in bin/kov include/kov/Api.h include/kov/Version.h include/kovx/Plugin.
             lib/kov-extensions/libkov_filesystem.so lib/cmake/kov/kovConfig.cmake \
             lib/cmake/kov/kovConfigVersion.cmake lib/pkgconfig/kov.pc \
             lib/pkgconfig/kov-extension.pc share/doc/kov/README.md share/doc/kov/plugins.md \
-            share/doc/kov/architecture.md; do
+            share/doc/kov/architecture.md libexec/kov/kov-plugin-probe; do
   [ -f "$prefix/$file" ] || fail "not installed: $file"
 done
 for lib in kov_core kov_loader; do
@@ -102,6 +102,11 @@ for plugin in "$work/cmake/libkov_demo.so" "$work/plain/libkov_demo.so"; do
   [ "$("$kov" -p "$plugin" xml demo:building.tkb)" = "$expected_xml" ] ||
     fail "kov xml demo:building.tkb with $plugin"
 done
+# The installed loader finds its probe helper: a sound plug-in passes the probe and loads.
+"$kov" --probe-plugins -p "$work/cmake/libkov_demo.so" extensions >"$log" 2>&1 ||
+  fail "kov --probe-plugins extensions: $(cat "$log")"
+grep -q '^    org.example.kov.DemoAdaptor ' "$log" && ! grep -q 'probe' "$log" ||
+  fail "the probe did not pass the example: $(cat "$log")"
 
 # Installed into the default extension directory, kov finds it without -p.
 quietly cmake --install "$work/cmake"
