@@ -80,6 +80,7 @@ ExtensionManagerImpl::~ExtensionManagerImpl() noexcept(false) {
     for (auto& entry : mLibraries)
         entry.second.reset();
     mLibraries.clear();
+    mFailedLibraries.clear();
     if (failure)
         std::rethrow_exception(failure);
 }
@@ -333,6 +334,8 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             L"failed to load or register extensions from '%s' due to unknown exception.") %
             path;
     }
+    if (library && library->getHandle() && mLibraries.find(path) == mLibraries.end())
+        mFailedLibraries.push_back(library);
 }
 
 void ExtensionManagerImpl::logListing() const {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 
@@ -51,6 +52,10 @@ private:
 
     LibraryMap mLibraries;
     FactoryMap mFactories;
+    // Libraries whose registration threw. They are not in the library map, so nobody asks them to
+    // unregister, but the factories they added before throwing are registered: their code stays
+    // loaded until those factories are deleted.
+    std::vector<boost::shared_ptr<ExtensionLibrary>> mFailedLibraries;
 };
 
 } // namespace loader

@@ -18,6 +18,7 @@ const std::string FULL_PLUGIN = KOVTEST_FULL_PLUGIN;
 const std::string NESTED_PLUGIN = KOVTEST_NESTED_PLUGIN;
 const std::string THROWING_OWN_PLUGIN = KOVTEST_THROWING_OWN_PLUGIN;
 const std::string THROWING_ON_UNREGISTER_PLUGIN = KOVTEST_THROWING_ON_UNREGISTER_PLUGIN;
+const std::string HALF_REGISTERED_PLUGIN = KOVTEST_HALF_REGISTERED_PLUGIN;
 
 std::vector<std::string> events;
 void recordEvent(const char* event) {
@@ -161,6 +162,24 @@ TEST(PluginScanTest, ExceptionsOfThePluginsOwnClassesAreLoggedAndTheScanGoesOn) 
     } catch (const std::runtime_error& e) {
         EXPECT_STREQ(e.what(), "unregistration refused by the plug-in's own error");
     }
+}
+
+// The factories that a failed registration added stay registered, so their code must stay loaded:
+// the listing calls into them, and the teardown deletes them.
+TEST(PluginScanTest, FactoriesOfAFailedRegistrationKeepTheirLibraryLoaded) {
+    kovtest::LogCapture log;
+    {
+        loader::ExtensionManagerImpl manager;
+        const std::wstring path = wide(HALF_REGISTERED_PLUGIN);
+        const wchar_t* pointers[] = {path.c_str()};
+        manager.loadExtensions(pointers, 1);
+        EXPECT_TRUE(manager.createDecoder(L"test.half.Decoder"));
+    }
+    auto messages = log.messages();
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
+                     "failed to load or register extensions from '" + HALF_REGISTERED_PLUGIN +
+                         "' due to exception: registration failed half-way"));
+    EXPECT_TRUE(take(messages, kov::LOG_INFO, listed("test.half.Decoder", "(3.0) test decoder")));
 }
 
 TEST(PluginScanTest, TeardownUnregistersAllThenDeletesFactoriesThenUnloads) {

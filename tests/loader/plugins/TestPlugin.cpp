@@ -1,7 +1,9 @@
 // A plug-in with one factory of each type. Its knobs let a test watch the order of registration,
-// unregistration, factory deletion and unloading, and clean up factories the manager let go.
+// unregistration, factory deletion and unloading, and clean up factories the manager let go. With
+// KOVTEST_THROW_AFTER_REGISTERING its registration throws after adding its factories.
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include "kovx/ExtensionManager.h"
@@ -136,6 +138,9 @@ KOVTEST_EXPORT void registerExtensionFactories(kovx::ExtensionManager* manager) 
     manager->addFactory(new TestDecoderFactory());
     manager->addFactory(new TestEncoderFactory());
     manager->addFactory(new TestAdaptorFactory());
+#ifdef KOVTEST_THROW_AFTER_REGISTERING
+    throw std::runtime_error("registration failed half-way");
+#endif
 }
 
 KOVTEST_EXPORT void unregisterExtensionFactories(kovx::ExtensionManager*) {
