@@ -72,16 +72,16 @@ template <typename... Args>
 
 class Translator {
   public:
-    Translator(kovx::TKBProgram& program, const ClassInfo& classFile)
+    Translator(kovx::TKBProgram& program, const ClassInfo& classFile, size_t memoryLimit)
         : mProgram(program), mClass(classFile), mPool(*classFile.constant_pool),
           // Deliberately signed: a pool of 32768 or more slots is not translated.
-          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)) {}
+          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)), mBudget(memoryLimit) {}
 
     void run() {
         mapOwnMethods();
         findBuiltinsClass();
         translateConstants();
-        mProgram.ruleFileInfo = fillRuleFileInfo(mClass);
+        mProgram.ruleFileInfo = fillRuleFileInfo(mClass, mBudget);
     }
 
   private:
@@ -94,7 +94,13 @@ class Translator {
             const classfile::MethodInfo& method = *mClass.methods[position];
             mKey.assign(text(method.name_index, "a method name"));
             mKey += text(method.descriptor_index, "a method descriptor");
-            mOwnMethods[mKey] = static_cast<int32_t>(position);
+            auto known = mOwnMethods.find(mKey);
+            if (known != mOwnMethods.end()) {
+                known->second = static_cast<int32_t>(position);
+                continue;
+            }
+            mBudget.charge(mKey.size(), "the keys of its own-method map");
+            mOwnMethods.emplace(mKey, static_cast<int32_t>(position));
         }
     }
 
@@ -122,10 +128,11 @@ class Translator {
             switch (entry->tag()) {
             case ConstantTag::String: {
                 const auto& string = static_cast<const classfile::CPEString&>(*entry);
+                const std::string& value = text(string.string_index, "a string value");
+                mBudget.chargeWide(value.size(), "its string constants");
                 store(i, TKBConstant::STRING,
                       std::make_unique<boost::shared_ptr<std::wstring>>(
-                          boost::make_shared<std::wstring>(
-                              widen(text(string.string_index, "a string value")))));
+                          boost::make_shared<std::wstring>(widen(value))));
                 break;
             }
             case ConstantTag::Double:
@@ -184,6 +191,7 @@ class Translator {
             std::string type = descriptor.substr(slash == std::string::npos ? 0 : slash + 1);
             if (!type.empty())
                 type.pop_back();
+            mBudget.charge(type.size(), "the names of its enumeration types");
             mProgram.enumTypes.push_back(std::move(type));
             store(i, TKBConstant::ENUM_TYPE,
                   std::make_unique<int32_t>(static_cast<int32_t>(mProgram.enumTypes.size() - 1)));
@@ -219,6 +227,7 @@ class Translator {
             throw util::RuntimeErrorST("No enum '" + mKey + "' found in map!");
         auto member = type->second.find(field);
         const int32_t value = member == type->second.end() ? -1 : member->second;
+        mBudget.chargeWide(mKey.size() + 1 + field.size(), "its enumeration values");
         store(i, TKBConstant::ENUM_VALUE,
               std::make_unique<boost::shared_ptr<kovx::TKB::Enum>>(
                   boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + field))));
@@ -295,10 +304,11 @@ class Translator {
     }
 
     void storeMethod(int32_t i, std::unique_ptr<TKBMethod> method) {
+        // The texts count twice: the record's own and the method index key.
         mBudget.charge(sizeof(TKBMethod) + method->code.size() +
                            sizeof(int32_t) * method->localTypes.size() +
-                           sizeof(wchar_t) * (method->name.size() + method->baseName.size() +
-                                              method->descriptor.size()),
+                           sizeof(wchar_t) * (2 * method->name.size() + method->baseName.size() +
+                                              2 * method->descriptor.size()),
                        "the method records of its method references");
         std::wstring key = method->name + method->descriptor;
         store(i, TKBConstant::METHOD, std::move(method));
@@ -330,10 +340,10 @@ class Translator {
 
 } // namespace
 
-void translate(kovx::TKBProgram& program, std::istream& input) {
+void translate(kovx::TKBProgram& program, std::istream& input, size_t memoryLimit) {
     classfile::ByteStream stream(input);
     const auto classFile = std::make_unique<ClassInfo>(stream);
-    Translator(program, *classFile).run();
+    Translator(program, *classFile, memoryLimit).run();
 }
 
 } // namespace tkb

@@ -301,25 +301,3 @@ TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
     }
     EXPECT_TRUE(p.constants.empty());
 }
-
-TEST(TranslateTest, CopiesOfCodeAreBoundedForAHostileFile) {
-    // Every method reference gets its own copy of the method's code: 1,500 references to a rule
-    // of 180 KB would ask for 270 MB from a file of about 200 KB.
-    RuleCode body;
-    for (int i = 0; i < 60000; ++i)
-        body.callRule("Lot", "()V");
-    RuleFileBuilder b;
-    b.addRule("Lot", "()V", {}, {}, body);
-    const uint16_t lot = b.nameAndType("Lot", "()V");
-    for (int i = 0; i < 1500; ++i)
-        b.writer().pool.methodref(2, lot);
-    kovx::TKBProgram p;
-    try {
-        translateBytes(p, b.bytes());
-        ADD_FAILURE();
-    } catch (const util::RuntimeErrorST& e) {
-        EXPECT_STREQ(e.what(), "TKB file is too large to translate: the method records of its "
-                               "method references would take more than 256 MiB of memory.");
-    }
-    EXPECT_EQ(p.ruleFileInfo, nullptr);
-}
