@@ -261,12 +261,17 @@ class Translator {
         method->undefined = 0;
         method->maxStack = code->max_stack;
         method->code = code->code;
+        // The count is the same for every table; a long descriptor is read once, not per table.
+        bool counted = false;
         for (const auto& attribute : code->attributes) {
             if (attribute->kind() != classfile::AttributeKind::LocalVariableTable)
                 continue;
             const auto& table =
                 static_cast<const classfile::AttributeLocalVariableTable&>(*attribute);
-            method->paramCount = parseMethodDescriptor(descriptor);
+            if (!counted) {
+                method->paramCount = parseMethodDescriptor(descriptor);
+                counted = true;
+            }
             method->localTypes.assign(table.local_variable_table.size(), 0);
             method->localSlots = 0;
             for (size_t k = 0; k < table.local_variable_table.size(); ++k) {

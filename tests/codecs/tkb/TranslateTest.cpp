@@ -1,4 +1,5 @@
 // The constant table, the method records and the failures of the translation.
+#include <chrono>
 #include <stdexcept>
 #include <string>
 
@@ -300,4 +301,31 @@ TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
         EXPECT_STREQ(e.what(), "vector::reserve");
     }
     EXPECT_TRUE(p.constants.empty());
+}
+
+TEST(TranslateTest, ManyReferencesToAMethodWithManyLocalTablesStayQuick) {
+    // 1,000 references to a method whose Code attribute holds 4,000 local variable tables and
+    // whose descriptor is 8,000 characters: reading the descriptor once per table and reference
+    // would take about a minute.
+    RuleFileBuilder b;
+    const std::string descriptor = "(" + std::string(8000, 'Z') + ")V";
+    classwriter::Code code;
+    code.code = {0xB1};
+    const classwriter::Attribute table =
+        classwriter::localVariableTable(b.utf8("LocalVariableTable"), {});
+    code.attributes.assign(4000, table);
+    classwriter::Member method;
+    method.nameIndex = b.utf8("Wide");
+    method.descriptorIndex = b.utf8(descriptor);
+    method.attributes.push_back(classwriter::codeAttribute(b.utf8("Code"), code));
+    b.writer().methods.push_back(method);
+    const uint16_t wide = b.nameAndType("Wide", descriptor);
+    for (int i = 0; i < 1000; ++i)
+        b.writer().pool.methodref(RuleFileBuilder::OWN_CLASS_INDEX, wide);
+    kovx::TKBProgram p;
+    const auto start = std::chrono::steady_clock::now();
+    translateBytes(p, b.bytes());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    ASSERT_NE(methodAt(p, wide + 1), nullptr);
+    EXPECT_EQ(methodAt(p, wide + 1)->paramCount, 8000);
 }
