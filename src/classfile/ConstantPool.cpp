@@ -170,8 +170,12 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
 const std::string& ConstantPool::textAt(uint32_t index, const char* what,
                                         std::string& scratch) const {
     const ConstantPoolEntry* entry = get(index);
-    if (entry && entry->tag() == ConstantTag::Utf8 && resolveDepth < MAX_RESOLVE_DEPTH)
-        return static_cast<const CPEUtf8*>(entry)->value;
+    if (entry && resolveDepth < MAX_RESOLVE_DEPTH) {
+        if (entry->tag() == ConstantTag::Utf8)
+            return static_cast<const CPEUtf8*>(entry)->value;
+        if (entry->tag() == ConstantTag::Unicode)
+            return static_cast<const CPEUnicode*>(entry)->value;
+    }
     scratch = valueAt(index, what);
     return scratch;
 }

@@ -41,8 +41,8 @@ public:
     /// getValue of the entry at a checked index. Chains of references are followed only to a small
     /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
     std::string valueAt(uint32_t index, const char* what) const;
-    /// valueAt without a copy where none is needed: a Utf8 entry's own text, otherwise valueAt's
-    /// result, kept in scratch. Fails as valueAt does.
+    /// valueAt without a copy where none is needed: the own text of a Utf8 or Unicode entry,
+    /// otherwise valueAt's result, kept in scratch. Fails as valueAt does.
     const std::string& textAt(uint32_t index, const char* what, std::string& scratch) const;
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;

@@ -85,15 +85,18 @@ class Translator {
     }
 
   private:
-    const std::string& text(uint32_t index, const char* what) const {
-        return mPool.atAs<classfile::CPEUtf8>(index, what).value;
+    // Any entry with a value serves as a text, not only a Utf8 one; scratch holds a text that is
+    // no entry's own.
+    const std::string& text(uint32_t index, const char* what, std::string& scratch) {
+        return poolText(mPool, index, what, scratch, mBudget);
     }
 
     void mapOwnMethods() {
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
-            mKey.assign(text(method.name_index, "a method name"));
-            mKey += text(method.descriptor_index, "a method descriptor");
+            std::string scratch;
+            mKey.assign(text(method.name_index, "a method name", scratch));
+            mKey += text(method.descriptor_index, "a method descriptor", scratch);
             auto known = mOwnMethods.find(mKey);
             if (known != mOwnMethods.end()) {
                 known->second = static_cast<int32_t>(position);
@@ -110,8 +113,10 @@ class Translator {
             if (!entry || entry->tag() != ConstantTag::Class)
                 continue;
             const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
-            const std::string& name = text(classEntry.name_index, "a class name");
-            mClassNames[static_cast<uint32_t>(i)] = &name;
+            std::string scratch;
+            const std::string& name = text(classEntry.name_index, "a class name", scratch);
+            if (&name != &scratch)
+                mClassNames[static_cast<uint32_t>(i)] = &name;
             if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
                 startsWith(name, BUILTINS_CLASS_PREFIX) && endsWith(name, BUILTINS_CLASS_SUFFIX))
                 mBuiltinsClass = i;
@@ -128,7 +133,8 @@ class Translator {
             switch (entry->tag()) {
             case ConstantTag::String: {
                 const auto& string = static_cast<const classfile::CPEString&>(*entry);
-                const std::string& value = text(string.string_index, "a string value");
+                std::string scratch;
+                const std::string& value = text(string.string_index, "a string value", scratch);
                 mBudget.chargeWide(value.size(), "its string constants");
                 store(i, TKBConstant::STRING,
                       std::make_unique<boost::shared_ptr<std::wstring>>(
@@ -158,8 +164,11 @@ class Translator {
 
     void translateMethodRef(int32_t i, const classfile::CPEMethodRef& ref) {
         const classfile::CPENameAndType& nameAndType = ref.nameAndType();
-        const std::string& name = text(nameAndType.name_index, "a method name");
-        const std::string& descriptor = text(nameAndType.descriptor_index, "a method descriptor");
+        std::string nameScratch;
+        std::string descriptorScratch;
+        const std::string& name = text(nameAndType.name_index, "a method name", nameScratch);
+        const std::string& descriptor =
+            text(nameAndType.descriptor_index, "a method descriptor", descriptorScratch);
         mKey.assign(name);
         mKey += descriptor;
 
@@ -210,16 +219,18 @@ class Translator {
     void translateFieldRef(int32_t i, const classfile::CPEFieldRef& ref) {
         const classfile::CPEClass& classEntry = ref.classEntry();
         auto known = mClassNames.find(classEntry.index);
-        const std::string& className = known != mClassNames.end()
-                                           ? *known->second
-                                           : text(classEntry.name_index, "a class name");
+        std::string classScratch;
+        const std::string& className =
+            known != mClassNames.end() ? *known->second
+                                       : text(classEntry.name_index, "a class name", classScratch);
         if (ref.classIndex == OWN_CLASS_INDEX) {
             mProgram.fieldRefs.push_back(i);
             return;
         }
         const size_t slash = className.rfind('/');
         mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
-        const std::string& field = text(ref.nameAndType().name_index, "a field name");
+        std::string fieldScratch;
+        const std::string& field = text(ref.nameAndType().name_index, "a field name", fieldScratch);
 
         const EnumValueMap& enums = *getEnumValueMap();
         auto type = enums.find(mKey);
@@ -274,9 +285,10 @@ class Translator {
             }
             method->localTypes.assign(table.local_variable_table.size(), 0);
             method->localSlots = 0;
+            std::string scratch;
             for (size_t k = 0; k < table.local_variable_table.size(); ++k) {
                 const std::string& local = text(table.local_variable_table[k].descriptor_index,
-                                                "a local variable descriptor");
+                                                "a local variable descriptor", scratch);
                 if (local == "I" || local == "Z") {
                     method->localTypes[k] = LOCAL_INT_OR_BOOL;
                     method->localSlots += 1;
@@ -336,7 +348,8 @@ class Translator {
     /// Method name followed by descriptor -> position; the later of equal keys wins.
     std::map<std::string, int32_t> mOwnMethods;
     int32_t mBuiltinsClass = -1;
-    /// Pool index -> name of every class entry (texts owned by the pool).
+    /// Pool index -> name of every class entry whose name is an entry's own text (owned by the
+    /// pool).
     std::unordered_map<uint32_t, const std::string*> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;

@@ -10,8 +10,10 @@
 #include "classwriter/RuleFileBuilder.h"
 #include "codecs/tkb/BuiltinTables.h"
 #include "kovx/StatusException.h"
+#include "rulefileinfo/RuleFileInfoImpl.h"
 #include "util/RuntimeErrorST.h"
 
+using classwriter::RuleAnnotation;
 using classwriter::RuleCode;
 using classwriter::RuleFileBuilder;
 using kovx::TKBConstant;
@@ -283,6 +285,40 @@ TEST(TranslateTest, ContentTheProgramCannotExpress) {
             EXPECT_STREQ(e.what(), "No enum 'NoSuchType' found in map!");
         }
         EXPECT_TRUE(log.messages().empty());
+    }
+}
+
+TEST(TranslateTest, UnicodeEntriesServeWhereverATextDoes) {
+    RuleFileBuilder b;
+    for (const char* text : {"h\xC3\xA9llo", "Lot", "()V", "$Description", "Tower"})
+        b.unicode(text);
+    b.addRule("Lot", "()V", {}, {RuleAnnotation("$Description").withString("Tower")},
+              RuleCode().pushString("h\xC3\xA9llo").callRule("Lot", "()V"));
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+    EXPECT_EQ(describe(p, b.string("h\xC3\xA9llo")), L"string h\u00E9llo");
+    EXPECT_EQ(describe(p, b.methodref(2, "Lot", "()V")), L"method Lot()V");
+    const auto* info = static_cast<const RuleFileInfoImpl*>(p.ruleFileInfo);
+    ASSERT_EQ(info->numRules, 1u);
+    EXPECT_EQ(info->rules[0].name, L"Lot");
+    ASSERT_EQ(info->rules[0].numAnnotations, 2u);
+    EXPECT_EQ(info->rules[0].annotations[1].toXMLString(),
+              "<annotation name=\"$Description\"><arguments><argument type=\"str\" "
+              "value=\"Tower\"/></arguments></annotation>");
+
+    // A string constant that names no entry still fails cleanly.
+    for (const uint16_t index : {uint16_t{0}, uint16_t{60000}}) {
+        RuleFileBuilder c;
+        c.writer().pool.string(index);
+        kovx::TKBProgram q;
+        tkbtest::QuietStderr quiet;
+        try {
+            translateBytes(q, c.bytes());
+            ADD_FAILURE() << index;
+        } catch (const std::runtime_error& e) {
+            EXPECT_NE(std::string(e.what()).find("for a string value"), std::string::npos)
+                << e.what();
+        }
     }
 }
 
