@@ -180,6 +180,15 @@ const std::string& ConstantPool::textAt(uint32_t index, const char* what,
     return scratch;
 }
 
+void ConstantPool::countCopiedText(size_t bytes, const char* what) {
+    if (bytes > MAX_COPIED_TEXT - mCopiedText)
+        failRead(std::string("too much text copied out of the constant pool for ") + what,
+                 formatText("Reading TKB failed: %s would copy more than %d MiB of text out of the "
+                            "constant pool; the file is damaged or hostile",
+                            what, MAX_COPIED_TEXT >> 20));
+    mCopiedText += bytes;
+}
+
 std::string ConstantPool::displayValue(uint32_t index) const {
     if (!get(index))
         return index < size() ? "<empty slot " + std::to_string(index) + ">"
