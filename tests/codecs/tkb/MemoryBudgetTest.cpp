@@ -86,6 +86,8 @@ bool resetPeakResident() {
 } // namespace
 
 TEST(MemoryBudgetTest, EveryFanOutOfSharedDataIsCharged) {
+    // Each file repeats one kind of copy from a few kilobytes of its own: it fails under a 1 MiB
+    // budget, naming that kind, and decodes under a larger one.
     const std::string text(8 * 1024, 'x');
     struct Case {
         const char* what;
@@ -107,22 +109,10 @@ TEST(MemoryBudgetTest, EveryFanOutOfSharedDataIsCharged) {
                  b.writer().pool.methodref(RuleFileBuilder::OWN_CLASS_INDEX,
                                            b.nameAndType("Lot", "()V"));
          }},
-        {"the names of its entries",
-         [&](RuleFileBuilder& b) {
-             for (int i = 0; i < 40; ++i)
-                 b.addRule(text, "()V", {});
-         }},
         {"the parameters of its entries",
          [](RuleFileBuilder& b) { b.addRule("Wide", "(" + std::string(20000, 'Z') + ")V", {}); }},
         {"the texts of its annotation arguments",
          [&](RuleFileBuilder& b) { b = fanOutFile(text, 40); }},
-        {"its enumeration values",
-         [&](RuleFileBuilder& b) {
-             const std::string type = "com/velmor/gc/AlignAxesSelector";
-             const uint16_t member = b.nameAndType(text, "L" + type + ";");
-             for (int i = 0; i < 40; ++i)
-                 b.writer().pool.fieldref(b.classNamed(type), member);
-         }},
         // Element names are only compared, yet each lookup through a name-and-type entry puts
         // its two texts together.
         {"the texts composed from other pool entries",
@@ -185,19 +175,19 @@ TEST(MemoryBudgetTest, HostileFileFailsQuicklyAndSmallUnderTheDefaultLimit) {
     // twice.
     const std::vector<uint8_t> bytes = fanOutFile(std::string(32 * 1024, 'x'), 5392).bytes();
     ASSERT_LE(bytes.size(), 64u * 1024);
-    const bool measured = resetPeakResident();
+    bool measured = resetPeakResident();
+#if defined(__SANITIZE_THREAD__)
+    // The thread sanitizer's shadow memory, several times the budget, would count as well.
+    measured = false;
+#endif
     const size_t before = peakResidentBytes();
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(budgetFailure(bytes, tkb::MemoryBudget::DEFAULT_LIMIT),
               tooLarge("the texts of its annotation arguments", "256 MiB"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-#if !defined(__SANITIZE_THREAD__)
-    // The thread sanitizer's shadow memory would be counted as well.
+    // The budget and room for the address sanitizer's shadow memory (about 310 MiB in all there),
+    // far below the gigabytes that the file asks for.
     if (measured) {
-        EXPECT_LT(peakResidentBytes() - before, tkb::MemoryBudget::DEFAULT_LIMIT + 64 * MIB);
+        EXPECT_LT(peakResidentBytes() - before, tkb::MemoryBudget::DEFAULT_LIMIT * 3 / 2);
     }
-#else
-    (void)measured;
-    (void)before;
-#endif
 }
