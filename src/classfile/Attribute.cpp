@@ -75,6 +75,8 @@ std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, Constan
         length = in.readU4();
     }
     std::string name = pool.valueAt(nameIndex, "the attribute name");
+    // Every attribute keeps its own copy of a name that any number of them may share.
+    pool.countCopiedText(name.size(), "the attribute names");
     std::unique_ptr<Attribute> attribute;
     {
         const bool cut = name.size() > MAX_NAME_SHOWN;

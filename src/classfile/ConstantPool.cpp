@@ -170,10 +170,23 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
 const std::string& ConstantPool::textAt(uint32_t index, const char* what,
                                         std::string& scratch) const {
     const ConstantPoolEntry* entry = get(index);
-    if (entry && entry->tag() == ConstantTag::Utf8 && resolveDepth < MAX_RESOLVE_DEPTH)
-        return static_cast<const CPEUtf8*>(entry)->value;
+    if (entry && resolveDepth < MAX_RESOLVE_DEPTH) {
+        if (entry->tag() == ConstantTag::Utf8)
+            return static_cast<const CPEUtf8*>(entry)->value;
+        if (entry->tag() == ConstantTag::Unicode)
+            return static_cast<const CPEUnicode*>(entry)->value;
+    }
     scratch = valueAt(index, what);
     return scratch;
+}
+
+void ConstantPool::countCopiedText(size_t bytes, const char* what) {
+    if (bytes > MAX_COPIED_TEXT - mCopiedText)
+        failRead(std::string("too much text copied out of the constant pool for ") + what,
+                 formatText("Reading TKB failed: %s would copy more than %d MiB of text out of the "
+                            "constant pool; the file is damaged or hostile",
+                            what, MAX_COPIED_TEXT >> 20));
+    mCopiedText += bytes;
 }
 
 std::string ConstantPool::displayValue(uint32_t index) const {

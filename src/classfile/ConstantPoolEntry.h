@@ -85,7 +85,8 @@ class CPEUnicode : public ConstantPoolEntry {
 public:
     static constexpr ConstantTag TAG = ConstantTag::Unicode;
     explicit CPEUnicode(std::vector<uint8_t> bytes);
-    std::string getValue() const override { return value; }
+    /// Final: ConstantPool::textAt hands out value itself in its place.
+    std::string getValue() const final { return value; }
     void print(std::ostream& os) const override;
     bool equals(const ConstantPoolEntry& other) const override;
 

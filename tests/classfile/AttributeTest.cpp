@@ -181,6 +181,19 @@ TEST(AttributeTest, AttributeNameIndexIsChecked) {
         errorOf([&] { readMethodWith(w, {cw::emptyAttribute(0)}); }));
 }
 
+TEST(AttributeTest, CopiesOfASharedNameAreCapped) {
+    // Every attribute keeps its own copy of its name: 2,100 empty attributes naming one 32 KiB
+    // text would copy 66 MiB out of a file of 45 KiB.
+    cw::ClassWriter w = minimalClass();
+    w.attributes.assign(2100, cw::emptyAttribute(w.pool.utf8(std::string(32 * 1024, 'x'))));
+    CerrCapture err;
+    EXPECT_EQ("Reading TKB failed: the attribute names would copy more than 64 MiB of text out of "
+              "the constant pool; the file is damaged or hostile",
+              errorOf([&] { readClass(w.bytes()); }));
+    w.attributes.resize(2000);
+    EXPECT_EQ("", errorOf([&] { readClass(w.bytes()); }));
+}
+
 } // namespace
 
 namespace {

@@ -10,6 +10,7 @@
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 #include "classwriter/RuleFileBuilder.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "codecs/tkb/RuleFileInfoExtraction.h"
 #include "rulefileinfo/RuleFileInfoImpl.h"
 
@@ -23,7 +24,8 @@ std::unique_ptr<RuleFileInfoImpl> extract(const RuleFileBuilder& b) {
     std::istringstream in(tkbtest::asText(b.bytes()));
     classfile::ByteStream stream(in);
     classfile::ClassInfo classFile(stream);
-    return std::unique_ptr<RuleFileInfoImpl>(tkb::fillRuleFileInfo(classFile));
+    tkb::MemoryBudget budget;
+    return std::unique_ptr<RuleFileInfoImpl>(tkb::fillRuleFileInfo(classFile, budget));
 }
 
 // A RuntimeVisibleAnnotations attribute with one marker around the nested annotation.

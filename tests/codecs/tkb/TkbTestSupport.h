@@ -23,9 +23,10 @@ inline std::string asText(const std::vector<uint8_t>& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-inline void translateBytes(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes) {
+inline void translateBytes(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes,
+                           size_t memoryLimit = tkb::MemoryBudget::DEFAULT_LIMIT) {
     std::istringstream in(asText(bytes));
-    tkb::translate(program, in);
+    tkb::translate(program, in, memoryLimit);
 }
 
 /// The value of the constant at index when it has the given kind, else null.

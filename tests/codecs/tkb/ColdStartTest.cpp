@@ -1,0 +1,72 @@
+// The first decodes of a process, on several threads at once. This executable holds no other
+// test and nothing in it looks at the builtin or enumeration tables first, so these decodes are
+// the ones that build them.
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "TkbTestSupport.h"
+#include "classwriter/RuleFileBuilder.h"
+#include "codecs/tkb/TKBDecoderFactory.h"
+#include "util/StringUtils.h"
+
+using classwriter::RuleCode;
+using classwriter::RuleFileBuilder;
+
+TEST(ColdStartTest, FirstDecodesRunInParallel) {
+    const char* const AXES = "Lcom/velmor/gc/AlignAxesSelector;";
+    RuleFileBuilder b;
+    b.addRule("Lot", "()V", {}, {},
+              RuleCode()
+                  .readEnum("AlignAxesSelector", "y")
+                  .callBuiltin("alignScopeToAxes", std::string("(") + AXES + ")V")
+                  .pushDouble(2.0)
+                  .callBuiltin("extrude", "(D)V"));
+    const std::string file = tkbtest::asText(b.bytes());
+    const uint16_t builtins = b.classNamed(RuleFileBuilder::BUILTINS_CLASS);
+    // Row numbers of the fixed tables, written out: asking the tables would build them.
+    const std::pair<uint16_t, std::wstring> expected[] = {
+        {b.fieldref(b.classNamed("com/velmor/gc/AlignAxesSelector"), "y", AXES),
+         L"enum AlignAxesSelector.y=1"},
+        {b.methodref(builtins, "alignScopeToAxes", std::string("(") + AXES + ")V"), L"builtin 3"},
+        {b.methodref(builtins, "extrude", "(D)V"), L"builtin 46"},
+    };
+
+    constexpr int THREADS = 8;
+    std::vector<std::vector<std::wstring>> seen(THREADS);
+    std::atomic<bool> go{false};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < THREADS; ++t) {
+        threads.emplace_back([&, t] {
+            tkb::TKBDecoderFactory factory;
+            std::unique_ptr<kovx::Decoder> decoder(static_cast<kovx::Decoder*>(factory.create()));
+            while (!go.load())
+                std::this_thread::yield();
+            std::istringstream in(file);
+            kovx::ContentPtrVector results;
+            try {
+                decoder->decode(results, in);
+            } catch (const std::exception& e) {
+                seen[t].push_back(util::StringUtils::toUTF32FromUTF8(e.what()));
+                return;
+            }
+            const kovx::TKBProgram& program =
+                boost::dynamic_pointer_cast<kovx::TKB>(results.at(0))->getProgram();
+            for (const auto& [index, text] : expected)
+                seen[t].push_back(tkbtest::describe(program, index));
+        });
+    }
+    go = true;
+    for (std::thread& thread : threads)
+        thread.join();
+
+    std::vector<std::wstring> all;
+    for (const auto& [index, text] : expected)
+        all.push_back(text);
+    for (int t = 0; t < THREADS; ++t)
+        EXPECT_EQ(seen[t], all) << "thread " << t;
+}
