@@ -1,14 +1,17 @@
 // Writes the seed corpora of the fuzz targets: small class files and rule files that together use
 // every constant kind, attribute kind, element value tag, operand format of the code listing and
-// annotation form of the rule language.
+// annotation form of the rule language, plus ELF seeds for the plug-in scan cut from a real,
+// stripped plug-in.
 //
-//   mkfuzzseeds CORPUS_DIR
+//   mkfuzzseeds CORPUS_DIR PLUGIN.so
 //
 // writes CORPUS_DIR/<target>/<seed>. The committed corpora also hold the files of examples/.
 
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,7 @@ using namespace classwriter;
 using Bytes = std::vector<uint8_t>;
 
 void write(const std::string& dir, const std::string& name, const Bytes& bytes) {
+    std::filesystem::create_directories(dir);
     std::ofstream out(dir + "/" + name, std::ios::binary);
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!out)
@@ -264,11 +268,22 @@ Bytes undefinedNonVoid() {
     return b.bytes();
 }
 
+Bytes readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        throw std::runtime_error("cannot read " + path);
+    return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+Bytes head(const Bytes& bytes, size_t n) {
+    return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(std::min(n, bytes.size())));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: mkfuzzseeds CORPUS_DIR\n";
+    if (argc != 3) {
+        std::cerr << "usage: mkfuzzseeds CORPUS_DIR PLUGIN.so\n";
         return 2;
     }
     const std::string corpus = argv[1];
@@ -295,6 +310,11 @@ int main(int argc, char** argv) {
             write(corpus + "/decode_fuzzer", name, bytes);
         write(corpus + "/decode_fuzzer", classFiles[3].first, classFiles[3].second);
 
+        const Bytes plugin = readFile(argv[2]);
+        write(corpus + "/extensions_fuzzer", "plugin.so", plugin);
+        for (const size_t n : {0, 4, 64, 512})
+            write(corpus + "/extensions_fuzzer", "plugin-head-" + std::to_string(n) + ".so",
+                  head(plugin, n));
     } catch (const std::exception& e) {
         std::cerr << "mkfuzzseeds: " << e.what() << "\n";
         return 1;
