@@ -249,6 +249,16 @@ Bytes unnamedParameters() {
     return b.bytes();
 }
 
+// One method marked three times: it makes one attribute and two rules, each with every annotation.
+Bytes markedThrice() {
+    RuleFileBuilder b("MarkedThrice");
+    b.addRule("Both", "(D)V", {"size"},
+              {RuleAnnotation("_$ATTR"), RuleAnnotation("_$RULE"),
+               RuleAnnotation("@Description").withString("shared")},
+              RuleCode().pushDouble(1));
+    return b.bytes();
+}
+
 // Rule files that the translation refuses, one reason each.
 Bytes unknownBuiltin() {
     RuleFileBuilder b("UnknownBuiltin");
@@ -297,6 +307,7 @@ int main(int argc, char** argv) {
         const std::pair<const char*, Bytes> ruleFiles[] = {
             {"rule-every-constant.tkb", everyConstantRuleFile()},
             {"rule-unnamed-parameters.tkb", unnamedParameters()},
+            {"rule-marked-thrice.tkb", markedThrice()},
             {"rule-unknown-builtin.tkb", unknownBuiltin()},
             {"rule-unknown-enum-type.tkb", unknownEnumType()},
             {"rule-undefined-non-void.tkb", undefinedNonVoid()},
