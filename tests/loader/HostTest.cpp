@@ -48,6 +48,8 @@ TEST(KovHostTest, ProbePluginsSkipsPluginsThatWouldKillKovAndLoadsTheRest) {
         "kov: warning: skipping plug-in '" KOVTEST_DEADLY_DIR "/libkovtest_";
     for (const char* line : {"aborts.so': its probe process was killed by signal SIGABRT\n",
                              "exits.so': its probe process exited with status 3\n",
-                             "segfaults.so': its probe process was killed by signal SIGSEGV\n"})
+                             "segfaults.so': its probe process was killed by signal SIGSEGV\n",
+                             "segfaults_when_listed.so': its probe process was killed by signal "
+                             "SIGSEGV\n"})
         EXPECT_TRUE(contains(run.err, skipping + line)) << run.err;
 }

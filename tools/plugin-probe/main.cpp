@@ -1,5 +1,6 @@
 // kov-plugin-probe LIBRARY: loads one plug-in library the way the extension manager does, lets it
-// register and unregister its factories and unloads it again, all in this process of its own. The
+// register its factories, lists them, lets it unregister them and unloads it again, all in this
+// process of its own. The
 // manager runs it before it loads a plug-in itself when probing is switched on: a plug-in that
 // kills this process would have killed the host.
 //
@@ -11,9 +12,11 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <string>
 
 #include "kovx/Log.h"
 #include "loader/ExtensionManagerImpl.h"
+#include "util/StringUtils.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // A fault of the plug-in must end this process the way it would end the host, by its signal, and
@@ -40,8 +43,12 @@ int main(int argc, char** argv) {
     kovx::Log::removeHandler(kovx::Log::DEFAULT_HANDLER);
 
     try {
+        // The whole scan, not only the library's entry points: the listing at its end calls into
+        // the factories that the library registered.
         loader::ExtensionManagerImpl manager;
-        manager.loadExtensionLibrary(argv[1]);
+        const std::wstring path = util::StringUtils::toUTF32FromUTF8(argv[1]);
+        const wchar_t* const paths[] = {path.c_str()};
+        manager.loadExtensions(paths, 1);
     } catch (...) {
         // The teardown's failure to unregister: the host reports it when it happens there.
     }
