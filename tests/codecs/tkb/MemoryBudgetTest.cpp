@@ -27,15 +27,8 @@ constexpr size_t MIB = size_t{1} << 20;
 // Gives the file one annotation of its own, made of the given (name index, value) pairs.
 void addFileAnnotation(RuleFileBuilder& b,
                        const std::vector<std::pair<uint16_t, ElementValue>>& pairs) {
-    Annotation nested;
-    nested.typeIndex = b.utf8("Lx;");
-    nested.pairs = pairs;
-    Annotation marker;
-    marker.typeIndex = b.utf8(RuleFileBuilder::MARKER_TYPE);
-    marker.pairs.emplace_back(b.utf8("value"),
-                              ElementValue::array({ElementValue::annotation(nested)}));
-    b.writer().attributes.push_back(
-        classwriter::annotations(b.utf8("RuntimeVisibleAnnotations"), {marker}));
+    const Annotation nested{b.utf8("Lx;"), pairs, {}};
+    b.writer().attributes.push_back(tkbtest::markerAttribute(b, nested));
 }
 
 // A file annotation whose "svals" and "names" arrays name the same text from every slot.

@@ -28,15 +28,6 @@ std::unique_ptr<RuleFileInfoImpl> extract(const RuleFileBuilder& b) {
     return std::unique_ptr<RuleFileInfoImpl>(tkb::fillRuleFileInfo(classFile, budget));
 }
 
-// A RuntimeVisibleAnnotations attribute with one marker around the nested annotation.
-classwriter::Attribute markerAttribute(RuleFileBuilder& b, const classwriter::Annotation& nested) {
-    classwriter::Annotation marker;
-    marker.typeIndex = b.utf8(RuleFileBuilder::MARKER_TYPE);
-    marker.pairs.emplace_back(b.utf8("value"),
-                              ElementValue::array({ElementValue::annotation(nested)}));
-    return classwriter::annotations(b.utf8("RuntimeVisibleAnnotations"), {marker});
-}
-
 std::vector<std::wstring> namesOf(const EntryImpl* entries, size_t n) {
     std::vector<std::wstring> names;
     for (size_t i = 0; i < n; ++i)
@@ -87,7 +78,7 @@ TEST(RuleFileInfoExtractionTest, EntriesFromMarkedMethodsOnly) {
     classwriter::Annotation odd;
     odd.typeIndex = b.utf8("Lx;");
     odd.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$FOO")));
-    b.writer().methods.back().attributes.back() = markerAttribute(b, odd);
+    b.writer().methods.back().attributes.back() = tkbtest::markerAttribute(b, odd);
     auto info = extract(b);
 
     ASSERT_EQ(info->numAttributes, 1u);
@@ -124,7 +115,7 @@ TEST(RuleFileInfoExtractionTest, EveryMarkTakesAnEntryAndTheLastOneIsFilled) {
     twice.typeIndex = b.utf8("Lx;");
     twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
     twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
-    b.writer().methods.back().attributes.back() = markerAttribute(b, twice);
+    b.writer().methods.back().attributes.back() = tkbtest::markerAttribute(b, twice);
     auto info = extract(b);
 
     // The entry taken first stays at its start values and sorts last.
@@ -191,7 +182,7 @@ TEST(RuleFileInfoExtractionTest, FileAnnotationsAndShortArrays) {
     nested.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("$New")));
     // Only the first RuntimeVisibleAnnotations attribute of the class counts.
     auto& attributes = b.writer().attributes;
-    attributes.insert(attributes.begin(), markerAttribute(b, nested));
+    attributes.insert(attributes.begin(), tkbtest::markerAttribute(b, nested));
     auto info = extract(b);
 
     ASSERT_EQ(info->numAnnotations, 1u);

@@ -1,5 +1,6 @@
 // The constant table, the method records and the failures of the translation.
 #include <chrono>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -24,6 +25,20 @@ using tkbtest::translateBytes;
 namespace {
 
 const char* const GC = "com/velmor/gc/";
+
+// A method record's fields apart from its pool index, name, descriptor and the bytes of its code.
+std::string fieldsOf(const kovx::TKBMethod* m) {
+    if (!m)
+        return "no method";
+    std::ostringstream out;
+    out << "position " << m->methodPosition << ", undefined " << int(m->undefined) << ", stack "
+        << m->maxStack << ", params " << m->paramCount << ", slots " << m->localSlots << ", types";
+    for (const int32_t type : m->localTypes)
+        out << " " << type;
+    out << ", " << m->code.size() << " code bytes, public " << int(m->isPublic) << ", base '"
+        << std::string(m->baseName.begin(), m->baseName.end()) << "'";
+    return out.str();
+}
 
 // Translates bytes, expecting the unsupported-content status and exactly one error line.
 void expectUnsupported(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes,
@@ -138,43 +153,29 @@ TEST(TranslateTest, MethodRecordsDescribeTheReferencedRules) {
     const uint16_t massIndex = b.methodref(2, "Mass", "(DLjava/lang/String;Z)V");
     const kovx::TKBMethod* mass = methodAt(p, massIndex);
     ASSERT_NE(mass, nullptr);
+    EXPECT_EQ(fieldsOf(mass),
+              "position 0, undefined 0, stack 2, params 3, slots 4, types 1 2 0, 7 code bytes, "
+              "public 1, base ''");
     EXPECT_EQ(mass->poolIndex, massIndex);
-    EXPECT_EQ(mass->methodPosition, 0);
-    EXPECT_EQ(mass->undefined, 0);
-    EXPECT_EQ(mass->maxStack, 2);
-    EXPECT_EQ(mass->paramCount, 3);
-    EXPECT_EQ(mass->localSlots, 4);
-    EXPECT_EQ(mass->localTypes, (std::vector<int32_t>{1, 2, 0}));
     const uint16_t extrude =
         b.methodref(b.classNamed(RuleFileBuilder::BUILTINS_CLASS), "extrude", "(D)V");
     const uint16_t onePointFive = b.doubleValue(1.5);
     EXPECT_EQ(mass->code,
               (std::vector<uint8_t>{0x14, uint8_t(onePointFive >> 8), uint8_t(onePointFive), 0xB8,
                                     uint8_t(extrude >> 8), uint8_t(extrude), 0xB1}));
-    EXPECT_EQ(mass->isPublic, 1);
-    EXPECT_EQ(mass->name, L"Mass");
-    EXPECT_EQ(mass->baseName, L"");
-    EXPECT_EQ(mass->descriptor, L"(DLjava/lang/String;Z)V");
+    EXPECT_EQ(mass->name + L" " + mass->descriptor, L"Mass (DLjava/lang/String;Z)V");
 
-    const kovx::TKBMethod* roof = methodAt(p, b.methodref(2, "Roof$gable$left", "()V"));
-    ASSERT_NE(roof, nullptr);
-    EXPECT_EQ(roof->methodPosition, 1);
-    EXPECT_EQ(roof->isPublic, 0);
-    EXPECT_EQ(roof->baseName, L"Roof");
-
+    EXPECT_EQ(fieldsOf(methodAt(p, b.methodref(2, "Roof$gable$left", "()V"))),
+              "position 1, undefined 0, stack 0, params 0, slots 0, types, 1 code bytes, "
+              "public 0, base 'Roof'");
     // Without a LocalVariableTable nothing about the locals is known.
-    for (const kovx::TKBMethod* bare :
-         {methodAt(p, b.methodref(2, "Bare", "(D)V")), methodAt(p, foreign)}) {
-        ASSERT_NE(bare, nullptr);
-        EXPECT_EQ(bare->methodPosition, 2);
-        EXPECT_EQ(bare->paramCount, 0);
-        EXPECT_EQ(bare->localSlots, 0);
-        EXPECT_TRUE(bare->localTypes.empty());
-    }
+    for (const uint16_t bare : {b.methodref(2, "Bare", "(D)V"), foreign})
+        EXPECT_EQ(fieldsOf(methodAt(p, bare)),
+                  "position 2, undefined 0, stack 0, params 0, slots 0, types, 1 code bytes, "
+                  "public 1, base ''");
     EXPECT_EQ(p.methodIndex.at(L"Bare(D)V"), foreign);
     // Equal name and descriptor: the later method wins.
-    ASSERT_NE(methodAt(p, b.methodref(2, "Twin", "()V")), nullptr);
-    EXPECT_EQ(methodAt(p, b.methodref(2, "Twin", "()V"))->methodPosition, 4);
+    EXPECT_EQ(fieldsOf(methodAt(p, b.methodref(2, "Twin", "()V"))).substr(0, 11), "position 4,");
 }
 
 TEST(TranslateTest, UndefinedOwnMethodsMustBeVoid) {
@@ -187,13 +188,8 @@ TEST(TranslateTest, UndefinedOwnMethodsMustBeVoid) {
         const kovx::TKBMethod* facade = methodAt(p, index);
         ASSERT_NE(facade, nullptr) << result;
         EXPECT_EQ(facade->poolIndex, index);
-        EXPECT_EQ(facade->methodPosition, -1);
-        EXPECT_EQ(facade->undefined, 1);
-        EXPECT_EQ(facade->maxStack, -1);
-        EXPECT_EQ(facade->paramCount, 0);
-        EXPECT_TRUE(facade->code.empty());
-        EXPECT_EQ(facade->isPublic, 1);
-        EXPECT_EQ(facade->baseName, L"Facade");
+        EXPECT_EQ(fieldsOf(facade), "position -1, undefined 1, stack -1, params 0, slots 0, "
+                                    "types, 0 code bytes, public 1, base 'Facade'");
         EXPECT_EQ(p.methodIndex.at(L"Facade$side()" + std::wstring(result.begin(), result.end())),
                   index);
     }
@@ -278,12 +274,8 @@ TEST(TranslateTest, ContentTheProgramCannotExpress) {
         b.addRule("Lot", "()V", {}, {}, RuleCode().readEnum("NoSuchType", "x"));
         kovx::TKBProgram p;
         kovtest::LogCapture log;
-        try {
-            translateBytes(p, b.bytes());
-            ADD_FAILURE();
-        } catch (const util::RuntimeErrorST& e) {
-            EXPECT_STREQ(e.what(), "No enum 'NoSuchType' found in map!");
-        }
+        EXPECT_EQ(kovtest::errorOf<util::RuntimeErrorST>([&] { translateBytes(p, b.bytes()); }),
+                  "No enum 'NoSuchType' found in map!");
         EXPECT_TRUE(log.messages().empty());
     }
 }
@@ -311,14 +303,9 @@ TEST(TranslateTest, UnicodeEntriesServeWhereverATextDoes) {
         RuleFileBuilder c;
         c.writer().pool.string(index);
         kovx::TKBProgram q;
-        tkbtest::QuietStderr quiet;
-        try {
-            translateBytes(q, c.bytes());
-            ADD_FAILURE() << index;
-        } catch (const std::runtime_error& e) {
-            EXPECT_NE(std::string(e.what()).find("for a string value"), std::string::npos)
-                << e.what();
-        }
+        kovtest::CerrCapture quiet;
+        const std::string error = kovtest::errorOf([&] { translateBytes(q, c.bytes()); });
+        EXPECT_NE(error.find("for a string value"), std::string::npos) << index << ": " << error;
     }
 }
 
@@ -329,13 +316,9 @@ TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
     while (b.writer().pool.count() < 32768)
         b.writer().pool.utf8("");
     kovx::TKBProgram p;
-    try {
-        tkbtest::QuietStderr quiet;
-        translateBytes(p, b.bytes());
-        ADD_FAILURE();
-    } catch (const std::length_error& e) {
-        EXPECT_STREQ(e.what(), "vector::reserve");
-    }
+    kovtest::CerrCapture quiet;
+    EXPECT_EQ(kovtest::errorOf<std::length_error>([&] { translateBytes(p, b.bytes()); }),
+              "vector::reserve");
     EXPECT_TRUE(p.constants.empty());
 }
 
