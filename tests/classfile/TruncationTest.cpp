@@ -27,30 +27,15 @@ TEST(TruncationTest, MessagesSayWhatWasBeingRead) {
     cw::ClassWriter w = minimalClass();
     w.pool.utf8("long text");
     const std::vector<uint8_t> bytes = w.bytes();
-    {
-        CerrCapture err;
-        EXPECT_EQ("Reading TKB failed: unexpected end of file at offset 24 while reading the "
-                  "constant pool entry "
-                  "at index 3",
-                  errorOf([&] {
-                      readClass({bytes.begin(), bytes.begin() + 24});
-                  }));
-        EXPECT_EQ("unexpected end of file at offset 24 while reading the constant pool entry at "
-                  "index 3\n",
-                  err.text());
-    }
+    const auto cut = [&](size_t size) { readClass({bytes.begin(), bytes.begin() + size}); };
     CerrCapture err;
-    EXPECT_EQ("Reading TKB failed: unexpected end of file at offset 3 while reading the class file "
-              "header",
-              errorOf([&] {
-                  readClass({bytes.begin(), bytes.begin() + 3});
-              }));
-    EXPECT_EQ("Reading TKB failed: unexpected end of file at offset 32 while reading the class "
-              "access flags and "
-              "indices",
-              errorOf([&] {
-                  readClass({bytes.begin(), bytes.begin() + 32});
-              }));
+    const std::string failed = "Reading TKB failed: ", eof = "unexpected end of file at offset ";
+    const std::string inPool = eof + "24 while reading the constant pool entry at index 3";
+    EXPECT_EQ(failed + inPool, errorOf([&] { cut(24); }));
+    EXPECT_EQ(inPool + "\n", err.text());
+    EXPECT_EQ(failed + eof + "3 while reading the class file header", errorOf([&] { cut(3); }));
+    EXPECT_EQ(failed + eof + "32 while reading the class access flags and indices",
+              errorOf([&] { cut(32); }));
 }
 
 TEST(TruncationTest, HugeDeclaredSizesFailAtTheEndOfInput) {
