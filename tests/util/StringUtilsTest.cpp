@@ -7,15 +7,6 @@
 
 using util::StringUtils;
 
-TEST(StringUtilsTest, TablesHoldTheirCharacters) {
-    EXPECT_EQ(StringUtils::HEXTAB(), "0123456789ABCDEF");
-    EXPECT_EQ(StringUtils::HEXCHARS(), "0123456789ABCDEFabcdef");
-    EXPECT_EQ(StringUtils::HEXCHARS_W(), L"0123456789ABCDEFabcdef");
-    EXPECT_EQ(StringUtils::ALPHACHARS().size(), 52u);
-    EXPECT_EQ(StringUtils::DIGITS_W(), L"0123456789");
-    EXPECT_TRUE(StringUtils::EMPTY_STRING().empty());
-}
-
 TEST(StringUtilsTest, Utf8ConversionRoundTripsAndSkipsWhatCannotBeEncoded) {
     const std::wstring wide = L"a\u00e9\u20ac\U0001F600";
     const std::string utf8 = StringUtils::toUTF8FromUTF32(wide);

@@ -90,6 +90,7 @@ TEST(DecoderTest, FactoryIdentity) {
     for (const char* uri : {"file:/x/y.tkb", "/x/y.class", "file:/x/Y.TKB"})
         EXPECT_TRUE(factory.canHandleURI(kovx::URIPtr(new kovx::URI(uri)))) << uri;
     EXPECT_FALSE(factory.canHandleURI(kovx::URIPtr(new kovx::URI("file:/x/y.tkb.txt"))));
+    EXPECT_FALSE(factory.canHandleURI(kovx::URIPtr()));
     std::unique_ptr<kovx::Extension> decoder(factory.create());
     EXPECT_EQ(decoder->getExtensionType(), kovx::Extension::ET_DECODER);
     EXPECT_EQ(decoder->getContentType(), kov::CT_RULEFILE);
@@ -148,6 +149,7 @@ TEST(DecoderTest, FailedDecodeLeavesResultsAndPassesTheException) {
         ADD_FAILURE();
     } catch (const kovx::StatusException& e) {
         EXPECT_EQ(e.getStatus(), kov::STATUS_UNSUPPORTED_RULE_CONTENT);
+        EXPECT_STREQ(e.what(), "rule file content not supported");
     }
     EXPECT_EQ(results.size(), 1u);
     EXPECT_EQ(results[0], nullptr);
