@@ -47,63 +47,24 @@ TEST(AttributeTest, KnownKindsIgnoreTheDeclaredLength) {
     EXPECT_TRUE(info->methods[0]->isSynthetic);
 }
 
-TEST(AttributeTest, CodeKeepsBytesExceptionRowsAndNestedTables) {
+// The common forms of every attribute kind are in the rich class's golden text.
+TEST(AttributeTest, EmptyCodeUnknownNamesAndNegativeLengths) {
     cw::ClassWriter w = minimalClass();
     const uint16_t codeName = w.pool.utf8("Code");
-    cw::Code body;
-    body.maxStack = 3;
-    body.maxLocals = 2;
-    body.code = {0x04, 0x3C, 0xB1};
-    body.exceptions = {{0, 2, 2, 0}, {1, 2, 3, 2}};
-    body.attributes = {
-        cw::lineNumberTable(w.pool.utf8("LineNumberTable"), {{0, 7}, {2, 9}}),
-        cw::localVariableTable(w.pool.utf8("LocalVariableTable"), {{0, 3, 1, 1, 1}})};
+    const uint16_t signature = w.pool.utf8("Signature");
     cw::Code empty;
     empty.exceptions = {{5, 6, 7, 8}};
     cw::Code negative;
     negative.codeLength = 0x80000000u;
-    auto info =
-        readMethodWith(w, {cw::codeAttribute(codeName, body), cw::codeAttribute(codeName, empty),
-                           cw::codeAttribute(codeName, negative)});
-
-    const auto& code = attributeAt<AttributeCode>(*info, 0);
-    EXPECT_EQ(3, code.max_stack);
-    EXPECT_EQ(2, code.max_locals);
-    EXPECT_EQ((std::vector<uint8_t>{0x04, 0x3C, 0xB1}), code.code);
-    ASSERT_EQ(2u, code.exceptions.size());
-    EXPECT_EQ(3, code.exceptions[1].handler_pc);
-    EXPECT_EQ(2, code.exceptions[1].catch_type);
-    ASSERT_EQ(2u, code.attributes.size());
-    const auto& lines = dynamic_cast<const AttributeLineNumberTable&>(*code.attributes[0]);
-    EXPECT_EQ(9, lines.line_number_table.at(1).line_number);
-    const auto& locals = dynamic_cast<const AttributeLocalVariableTable&>(*code.attributes[1]);
-    EXPECT_EQ(1, locals.local_variable_table.at(0).descriptor_index);
-    EXPECT_EQ(1u, code.attributes[1]->index);
-
-    const auto& noCode = attributeAt<AttributeCode>(*info, 1);
-    EXPECT_TRUE(noCode.code.empty());
-    EXPECT_EQ(8, noCode.exceptions.at(0).catch_type);
-    EXPECT_EQ(INT32_MIN, attributeAt<AttributeCode>(*info, 2).code_length);
-
-    const std::string text = textOf(code);
-    for (const char* piece :
-         {"; max_stack=3; max_locals=2; code_length=3; exception_table_length=2;\n",
-          "code={\n            0: iconst_1\n            1: istore_1\n            2: return\n       "
-          "   }\n",
-          "\n            [1]={start_pc=2; line_number=9}", "            descriptor_index=1;\n"})
-        EXPECT_NE(std::string::npos, text.find(piece)) << piece;
-}
-
-TEST(AttributeTest, UnknownNamesKeepTheirBytes) {
-    cw::ClassWriter w = minimalClass();
-    const uint16_t signature = w.pool.utf8("Signature");
-    auto info = readMethodWith(
-        w, {cw::rawAttribute(signature, {9, 8, 7}), cw::rawAttribute(signature, {}, 0xFFFFFFFF)});
-    const auto& unknown = attributeAt<AttributeUnknown>(*info, 0);
-    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}), unknown.info);
-    EXPECT_EQ("name=Signature; attribute_length=3", textOf(unknown));
-    EXPECT_TRUE(
-        attributeAt<AttributeUnknown>(*info, 1).info.empty()); // negative length reads nothing
+    auto info = readMethodWith(w, {cw::codeAttribute(codeName, empty),
+                                   cw::codeAttribute(codeName, negative),
+                                   cw::rawAttribute(signature, {9, 8, 7}),
+                                   cw::rawAttribute(signature, {}, 0xFFFFFFFF)});
+    EXPECT_TRUE(attributeAt<AttributeCode>(*info, 0).code.empty());
+    EXPECT_EQ(8, attributeAt<AttributeCode>(*info, 0).exceptions.at(0).catch_type);
+    EXPECT_EQ(INT32_MIN, attributeAt<AttributeCode>(*info, 1).code_length);
+    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}), attributeAt<AttributeUnknown>(*info, 2).info);
+    EXPECT_TRUE(attributeAt<AttributeUnknown>(*info, 3).info.empty());
 }
 
 TEST(AttributeTest, StackMapGrowsThePoolAndReadsEveryVerificationType) {
@@ -134,40 +95,13 @@ TEST(AttributeTest, StackMapGrowsThePoolAndReadsEveryVerificationType) {
         EXPECT_EQ(tag, entry.locals[tag]->tag);
     EXPECT_EQ(2, dynamic_cast<const StackMapEntry::TyObject&>(*entry.locals[7]).class_index);
     EXPECT_EQ(17, dynamic_cast<const StackMapEntry::TyNewObject&>(*entry.locals[8]).offset);
-    EXPECT_NE(
-        std::string::npos,
-        textOf(first).find("Object(#2 [Foo]), NewObject(@17)};\n            stack={Integer};"));
+    EXPECT_EQ(1, entry.stack.at(0)->tag);
 
     w = minimalClass();
     w.pool.utf8("StackMap");
     EXPECT_EQ("Reading TKB failed: readTy() : Unknown type: 9", errorOf([&] {
                   readMethodWith(w, {cw::stackMap(3, {{0, {{9, 0}}, {}}})});
               }));
-}
-
-TEST(AttributeTest, TablesAndAnnotationKindsReadTheirRows) {
-    cw::ClassWriter w = minimalClass();
-    const uint16_t utf = w.pool.utf8("Lcom/velmor/Marker;");
-    const cw::Annotation marker{utf, {}, {}};
-    std::vector<cw::Attribute> attributes = {
-        cw::exceptions(w.pool.utf8("Exceptions"), {2, 2}),
-        cw::innerClasses(w.pool.utf8("InnerClasses"), {{2, 0, 1, 0x0008}}),
-        cw::annotations(w.pool.utf8("RuntimeInvisibleAnnotations"), {marker, marker}),
-        cw::parameterAnnotations(w.pool.utf8("RuntimeInvisibleParameterAnnotations"),
-                                 {{}, {marker}}),
-        cw::sourceFile(w.pool.utf8("SourceFile"), utf)};
-    auto info = readMethodWith(w, attributes);
-    EXPECT_EQ((std::vector<uint16_t>{2, 2}),
-              attributeAt<AttributeExceptions>(*info, 0).exception_index_table);
-    const auto& inner = attributeAt<AttributeInnerClasses>(*info, 1);
-    EXPECT_EQ(0x0008, inner.classes.at(0).inner_class_access_flags);
-    EXPECT_EQ(2u, attributeAt<AttributeRuntimeInvisibleAnnotations>(*info, 2).annotations.size());
-    const auto& params = attributeAt<AttributeRuntimeInvisibleParameterAnnotations>(*info, 3);
-    ASSERT_EQ(2, params.num_parameters);
-    EXPECT_EQ(0, params.parameter_annotations[0].num_annotations);
-    EXPECT_EQ(utf, params.parameter_annotations[1].annotations.at(0)->type_index);
-    EXPECT_NE(std::string::npos, textOf(params).find("; num_parametes=2; parameter_annotations={"));
-    EXPECT_EQ(utf, attributeAt<AttributeSourceFile>(*info, 4).source_file_index);
 }
 
 TEST(AttributeTest, AttributeNameIndexIsChecked) {

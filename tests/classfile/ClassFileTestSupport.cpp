@@ -48,7 +48,7 @@ ClassWriter richClass() {
     body.maxLocals = 3;
     body.code = {0x12, static_cast<uint8_t>(text), 0xB2, 0x00, static_cast<uint8_t>(field),  0xB8,
                  0x00, static_cast<uint8_t>(call), 0x14, 0x00, static_cast<uint8_t>(height), 0xB1};
-    body.exceptions = {{0, 4, 8, 0}};
+    body.exceptions = {{0, 4, 8, 0}, {1, 4, 9, object}};
     body.attributes = {lineNumberTable(lnt, {{0, 10}, {8, 11}}),
                        localVariableTable(lvt, {{0, 12, param, dtype, 0}}),
                        stackMap(stack, {{0, {{1, 0}, {7, 2}, {8, 5}}, {{0, 0}}}})};
@@ -59,6 +59,8 @@ ClassWriter richClass() {
     method.descriptorIndex = desc;
     method.attributes = {codeAttribute(code, body), annotations(visible, {top}),
                          parameterAnnotations(paramVisible, {{nested}, {}}),
+                         parameterAnnotations(p.utf8("RuntimeInvisibleParameterAnnotations"),
+                                              {{}, {nested, nested}}),
                          exceptions(p.utf8("Exceptions"), {object})};
     w.methods.push_back(method);
 

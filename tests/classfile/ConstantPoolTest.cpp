@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <tuple>
 
 #include "ClassFileTestSupport.h"
 #include "util/RuntimeErrorST.h"
@@ -33,36 +32,20 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
     ASSERT_EQ(15u, pool->size());
     for (uint32_t empty : {0u, 5u, 8u, 15u})
         EXPECT_EQ(nullptr, pool->get(empty)) << empty;
-    // Index, value and diagnostic text.
-    const std::tuple<uint32_t, const char*, const char*> entries[] = {
-        {1, "Foo", "{tag=Utf8; value=\"Foo\"}"},
-        {2, "abc", "abc[Unicode]"},
-        {3, "-7", "{tag=Integer; value=-7}"},
-        {4, "-9000000000", "{tag=Long; value=-9000000000}"},
-        {6, "0.100000001", "{tag=Float; value=0.1}"}, // printed with six digits
-        {7, "-2.5", "{tag=Double; value=-2.5}"},
-        {9, "Foo", "{tag=Class; name_index=1 [Foo]}"},
-        {10, "Foo", "{tag=String; string_index=1 [Foo]}"},
-        {11, "FooFoo", "{tag=NameAndType; name_index=1; descriptor_index=1}"},
-        {12, "Foo.FooFoo", "{tag=Field; classIndex=9; nameAndTypeIndex=11}"},
-        {13, "Foo.FooFoo", "{tag=Method; classIndex=9; nameAndTypeIndex=11}"},
-        {14, "Foo.FooFoo", "{tag=InterfaceMethodRef; classIndex=9; nameAndTypeIndex=11}"},
-    };
-    for (const auto& [index, value, text] : entries) {
+    // The entries' texts are in the rich class's golden text.
+    const std::pair<uint32_t, const char*> values[] = {
+        {1, "Foo"},         {2, "abc"},         {3, "-7"},           {4, "-9000000000"},
+        {6, "0.100000001"}, {7, "-2.5"},        {9, "Foo"},          {10, "Foo"},
+        {11, "FooFoo"},     {12, "Foo.FooFoo"}, {13, "Foo.FooFoo"}, {14, "Foo.FooFoo"}};
+    for (const auto& [index, value] : values) {
         EXPECT_EQ(index, pool->get(index)->index);
         EXPECT_EQ(value, pool->get(index)->getValue()) << index;
-        EXPECT_EQ(text, textOf(*pool->get(index)));
     }
     EXPECT_EQ("abc", pool->atAs<CPEUnicode>(2, "t").value);
     EXPECT_EQ(-7, pool->atAs<CPEInteger>(3, "t").value);
     EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
     EXPECT_EQ(-2.5, pool->atAs<CPEDouble>(7, "t").value);
     EXPECT_EQ(9, pool->atAs<CPEInterfaceMethodRef>(14, "t").classIndex);
-
-    // The listing skips the second slot of long and double entries.
-    const std::string listing = textOf(*pool);
-    EXPECT_NE(std::string::npos, listing.find("    [4]={tag=Long; value=-9000000000};\n    [6]="));
-    EXPECT_EQ(std::string::npos, listing.find("[5]"));
 }
 
 TEST(ConstantPoolTest, CountBelowTwoReadsNothingAndWideEntryMayEndThePool) {

@@ -1,9 +1,14 @@
 #pragma once
 
+#include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace kovtest {
 
@@ -30,6 +35,18 @@ template <typename E = std::runtime_error, typename F> std::string errorOf(F&& b
         return e.what();
     }
     return "";
+}
+
+/// Expects text to equal the golden file at path. With KOVTEST_UPDATE_GOLDEN set in the
+/// environment it rewrites the file instead, for a deliberate change of the text.
+inline void expectGolden(const std::string& path, const std::string& text) {
+    if (std::getenv("KOVTEST_UPDATE_GOLDEN")) {
+        std::ofstream(path, std::ios::binary) << text;
+        return;
+    }
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_TRUE(in) << "missing golden file " << path;
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text) << path;
 }
 
 } // namespace kovtest

@@ -1,6 +1,4 @@
 // The decoder and its factory, end to end through the extension manager.
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
@@ -66,11 +64,6 @@ RuleFileBuilder buildingFile() {
     return b;
 }
 
-std::string golden(const char* name) {
-    std::ifstream in(std::string(KOVTEST_GOLDEN_DIR) + "/" + name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 const kovx::TKBProgram& programOf(const kovx::ContentPtr& content) {
     return boost::dynamic_pointer_cast<kovx::TKB>(content)->getProgram();
 }
@@ -130,8 +123,8 @@ TEST(DecoderTest, ManagerDecodesARealisticRuleFile) {
         EXPECT_EQ(tkbtest::describe(p, index), L"method " + key);
     }
     ASSERT_NE(p.ruleFileInfo, nullptr);
-    EXPECT_EQ(static_cast<const RuleFileInfoImpl*>(p.ruleFileInfo)->toXMLString(),
-              golden("building.xml"));
+    kovtest::expectGolden(KOVTEST_GOLDEN_DIR "/building.xml",
+                          static_cast<const RuleFileInfoImpl*>(p.ruleFileInfo)->toXMLString());
     EXPECT_TRUE(log.messages().empty() || log.messages()[0].second == "Available Extensions:");
 }
 
