@@ -17,6 +17,7 @@
 
 #include "../tools/ProcessRunner.h"
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ElfCheck.h"
 #include "loader/ExtensionManagerImpl.h"
 
@@ -69,10 +70,8 @@ TEST(ElfCheckTest, CutsAndImpossibleOffsetsAreRefusedWithTheReasonAndTheScanGoes
     const std::wstring path(dir.begin(), dir.end());
     const wchar_t* paths[] = {path.c_str()};
     manager->loadExtensions(paths, 1);
-    wchar_t ids[128];
-    size_t idsSize = 128;
-    manager->listDecoderIds(ids, &idsSize);
-    EXPECT_EQ(std::wstring(ids), L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
+    EXPECT_EQ(kovtest::decoderIds(*manager),
+              L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
     // The refused libraries stay in the map, and their unregister lookup fails on purpose.
     EXPECT_THROW(delete manager, std::runtime_error);
     std::filesystem::remove_all(dir);

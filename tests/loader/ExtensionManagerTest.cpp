@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "kovx/StatusException.h"
 #include "loader/ExtensionManagerImpl.h"
 
@@ -134,20 +135,13 @@ kov::Status statusOf(const std::function<void()>& call) {
     return kov::STATUS_OK;
 }
 
-template <typename E> std::string errorOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "(nothing thrown)";
-}
-
 std::wstring madeBy(const boost::shared_ptr<kovx::Extension>& extension) {
     return dynamic_cast<const Counted&>(*extension).madeBy;
 }
 
 } // namespace
+
+using kovtest::errorOf;
 
 TEST(ExtensionManagerTest, MatchingDecoderHasTheBestMeritThenTheFirstIdInCodeUnitOrder) {
     loader::ExtensionManagerImpl manager;

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "kovx/ExtensionManager.h"
 
 TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
@@ -31,10 +32,8 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
     const wchar_t* paths[] = {L"" KOVTEST_EXTENSION_DIR, L"" KOVTEST_FULL_PLUGIN};
     manager->loadExtensions(paths, 2);
     // The built-in rule file decoder is registered besides the plug-in's, with the default merit.
-    wchar_t ids[128];
-    size_t size = 128;
-    manager->listDecoderIds(ids, &size);
-    EXPECT_EQ(std::wstring(ids), L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
+    EXPECT_EQ(kovtest::decoderIds(*manager),
+              L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
     const std::vector<std::string> texts = log.texts();
     EXPECT_NE(std::find(texts.begin(), texts.end(),
                         "    com.velmor.kov.core.TKBDecoder                (1.0) TKB Byte Stream "

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ExtensionManagerImpl.h"
 #include "loader/PluginProbe.h"
 
@@ -29,13 +30,6 @@ std::vector<std::string> warnings(const kovtest::LogCapture& log) {
         if (message.first >= kov::LOG_WARNING)
             texts.push_back(message.second);
     return texts;
-}
-
-std::wstring decoderIds(const loader::ExtensionManagerImpl& manager) {
-    wchar_t ids[128];
-    size_t size = 128;
-    manager.listDecoderIds(ids, &size);
-    return ids;
 }
 
 } // namespace
@@ -60,7 +54,7 @@ TEST(PluginProbeTest, WithoutProbingOrWithoutTheHelperPluginsLoadInProcess) {
             const ScopedEnv probing("KOV_PROBE_PLUGINS", probe ? "1" : "0");
             loader::ExtensionManagerImpl manager;
             manager.loadExtensionLibrary(KOVTEST_FULL_PLUGIN);
-            EXPECT_EQ(decoderIds(manager), L"test.plugin.Decoder;");
+            EXPECT_EQ(kovtest::decoderIds(manager), L"test.plugin.Decoder;");
         }
         std::vector<std::string> expected;
         if (probe)

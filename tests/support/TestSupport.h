@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kovx/ExtensionManager.h"
+
 namespace kovtest {
 
 /// Collects everything written to std::cerr while it lives: the class file reader writes a line
@@ -47,6 +49,14 @@ inline void expectGolden(const std::string& path, const std::string& text) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in) << "missing golden file " << path;
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text) << path;
+}
+
+/// The manager's decoder ids as it lists them: "a;b;".
+inline std::wstring decoderIds(const kovx::ExtensionManager& manager) {
+    wchar_t ids[256];
+    size_t size = 256;
+    manager.listDecoderIds(ids, &size);
+    return ids;
 }
 
 } // namespace kovtest
