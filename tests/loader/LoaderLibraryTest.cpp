@@ -62,16 +62,9 @@ TEST(LoaderLibraryTest, CoreSessionThroughTheSharedLibrary) {
                   std::string("kov\0data\r\n", 10));
         std::remove(file.c_str());
 
-        // ...names the path and the reason when it cannot...
-        try {
-            adaptor->openInput(kovx::URIPtr(new kovx::URI("/nonexistent/a.tkb")));
-            ADD_FAILURE() << "opened a missing file";
-        } catch (const std::runtime_error& e) {
-            EXPECT_EQ(std::string(e.what()),
-                      "cannot open '/nonexistent/a.tkb': No such file or directory");
-        }
-        EXPECT_THROW(adaptor->openInput(kovx::URIPtr(new kovx::URI(testing::TempDir()))),
-                     std::runtime_error);
+        // ...fails on what it cannot read (kov's tests pin the messages)...
+        for (const std::string& bad : {std::string("/nonexistent/a.tkb"), testing::TempDir()})
+            EXPECT_THROW(adaptor->openInput(kovx::URIPtr(new kovx::URI(bad))), std::runtime_error);
 
         // ...and leaves the test scheme to the test plug-in's adaptor.
         auto test = manager->createStreamAdaptor(kovx::URIPtr(new kovx::URI("test:x")));

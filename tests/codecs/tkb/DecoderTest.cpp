@@ -70,23 +70,14 @@ const kovx::TKBProgram& programOf(const kovx::ContentPtr& content) {
 
 } // namespace
 
-TEST(DecoderTest, FactoryIdentity) {
+// Its id, description and merit show in the manager's listing (LoaderLibraryTest).
+TEST(DecoderTest, FactoryNameAndFileExtensions) {
     tkb::TKBDecoderFactory factory;
-    EXPECT_EQ(factory.getID(), DECODER_ID);
     EXPECT_EQ(factory.getName(), L"TKB Decoder");
-    EXPECT_EQ(factory.getDescription(), L"TKB Byte Stream Reader");
-    EXPECT_EQ(factory.getContentType(), kov::CT_RULEFILE);
-    EXPECT_EQ(factory.getExtensionType(), kovx::Extension::ET_DECODER);
-    EXPECT_EQ(factory.getMerit(), kovx::ExtensionFactory::getDefaultMerit());
-    EXPECT_EQ(factory.createDecoderInfo()->fileExtensions,
-              (std::vector<std::wstring>{L".tkb", L".class"}));
     for (const char* uri : {"file:/x/y.tkb", "/x/y.class", "file:/x/Y.TKB"})
         EXPECT_TRUE(factory.canHandleURI(kovx::URIPtr(new kovx::URI(uri)))) << uri;
     EXPECT_FALSE(factory.canHandleURI(kovx::URIPtr(new kovx::URI("file:/x/y.tkb.txt"))));
     EXPECT_FALSE(factory.canHandleURI(kovx::URIPtr()));
-    std::unique_ptr<kovx::Extension> decoder(factory.create());
-    EXPECT_EQ(decoder->getExtensionType(), kovx::Extension::ET_DECODER);
-    EXPECT_EQ(decoder->getContentType(), kov::CT_RULEFILE);
 }
 
 TEST(DecoderTest, ManagerDecodesARealisticRuleFile) {
