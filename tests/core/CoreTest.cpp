@@ -7,9 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
-#include "kov/RuleFileInfo.h"
 #include "kovx/Log.h"
-#include "kovx/TKB.h"
+#include "kovx/URI.h"
 
 TEST(CoreLogTest, FormattersFillPrintfDirectivesAndEmitWhenDestroyed) {
     kovtest::LogCapture log;
@@ -54,40 +53,4 @@ TEST(CoreURITest, SchemePathAndExtension) {
         EXPECT_EQ(uri.getFileExtension(), extension) << text;
     }
     EXPECT_EQ(kovx::URI(std::wstring(L"a/b.tkb")).getPath(), "a/b.tkb");
-}
-
-namespace {
-int gInfoDeleted = 0;
-struct CountingInfo : kov::RuleFileInfo {
-    ~CountingInfo() override { ++gInfoDeleted; }
-    const char* toXML(char* r, size_t*, kov::Status*) const override { return r; }
-    size_t getNumAttributes() const override { return 0; }
-    const Entry* getAttribute(size_t) const override { return nullptr; }
-    size_t getNumRules() const override { return 0; }
-    const Entry* getRule(size_t) const override { return nullptr; }
-    size_t getNumAnnotations() const override { return 0; }
-    const kov::Annotation* getAnnotation(size_t) const override { return nullptr; }
-};
-} // namespace
-
-TEST(CoreTKBTest, ProgramReleasesEveryKindOfConstantAndTheInfo) {
-    // Run under the sanitizer build, a missed or wrong release shows as a leak or a bad delete.
-    std::unique_ptr<kovx::TKB> tkb(kovx::TKB::create());
-    kovx::TKBProgram& p = *tkb->program;
-    auto add = [&p](uint32_t kind, void* value) {
-        p.constants.push_back(new kovx::TKBConstant{kind, value});
-    };
-    add(0, new boost::shared_ptr<std::wstring>(new std::wstring(L"s")));
-    add(1, new double(1.5));
-    add(2, new int32_t(3));
-    add(3, new kovx::TKBMethod);
-    add(4, new int32_t(229));
-    add(5, nullptr);
-    add(6, new int32_t(0));
-    add(7, new boost::shared_ptr<kovx::TKB::Enum>(new kovx::TKB::Enum(1, L"SplitAxis.y")));
-    p.constants.push_back(nullptr);
-    p.ruleFileInfo = new CountingInfo;
-    EXPECT_EQ(tkb->getContentType(), kov::CT_RULEFILE);
-    tkb.reset();
-    EXPECT_EQ(gInfoDeleted, 1);
 }
