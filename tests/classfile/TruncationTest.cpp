@@ -1,3 +1,5 @@
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "ClassFileTestSupport.h"
@@ -39,39 +41,31 @@ TEST(TruncationTest, MessagesSayWhatWasBeingRead) {
 }
 
 TEST(TruncationTest, HugeDeclaredSizesFailAtTheEndOfInput) {
-    cw::ClassWriter w = minimalClass();
-    const uint16_t code = w.pool.utf8("Code");
-    const uint16_t unknown = w.pool.utf8("Blob");
+    cw::Code hugeCode;
+    hugeCode.codeLength = 0x7FFFFFFF;
+    const std::pair<std::function<void(cw::ClassWriter&)>, const char*> cases[] = {
+        {[&](cw::ClassWriter& w) {
+             w.attributes = {cw::codeAttribute(w.pool.utf8("Code"), hugeCode)};
+         },
+         "while reading the code bytes, in the \"Code\" attribute at position 0, in class "
+         "attribute 0"},
+        {[](cw::ClassWriter& w) {
+             w.attributes = {cw::rawAttribute(w.pool.utf8("Blob"), {1, 2}, 0x7FFFFFFF)};
+         },
+         "the \"Blob\" attribute"},
+        {[](cw::ClassWriter& w) { w.pool.raw(1, {0xFF, 0xFF, 'a'}); },
+         "constant pool entry at index 3"},
+        {[](cw::ClassWriter& w) { w.pool.raw(2, {0xFF, 0xFF, 0xFF, 0xFF}); },
+         "unexpected end of file"},
+        {[](cw::ClassWriter& w) { w.fieldsCount = 0xFFFF; }, "while reading field 0"},
+    };
     CerrCapture err;
-
-    cw::Code body;
-    body.codeLength = 0x7FFFFFFF;
-    cw::ClassWriter withCode = w;
-    withCode.attributes = {cw::codeAttribute(code, body)};
-    EXPECT_NE(std::string::npos,
-              errorOf([&] { readClass(withCode.bytes()); })
-                  .find("while reading the code bytes, in the \"Code\" attribute at position 0, "
-                        "in class attribute 0"));
-
-    cw::ClassWriter withBlob = w;
-    withBlob.attributes = {cw::rawAttribute(unknown, {1, 2}, 0x7FFFFFFF)};
-    EXPECT_NE(std::string::npos,
-              errorOf([&] { readClass(withBlob.bytes()); }).find("the \"Blob\" attribute"));
-
-    cw::ClassWriter withText = minimalClass();
-    withText.pool.raw(1, {0xFF, 0xFF, 'a'});
-    EXPECT_NE(std::string::npos,
-              errorOf([&] { readClass(withText.bytes()); }).find("constant pool entry at index 3"));
-
-    cw::ClassWriter withUnicode = minimalClass();
-    withUnicode.pool.raw(2, {0xFF, 0xFF, 0xFF, 0xFF});
-    EXPECT_NE(std::string::npos,
-              errorOf([&] { readClass(withUnicode.bytes()); }).find("unexpected end of file"));
-
-    cw::ClassWriter manyFields = minimalClass();
-    manyFields.fieldsCount = 0xFFFF;
-    EXPECT_NE(std::string::npos,
-              errorOf([&] { readClass(manyFields.bytes()); }).find("while reading field 0"));
+    for (const auto& [declare, expected] : cases) {
+        cw::ClassWriter w = minimalClass();
+        declare(w);
+        const std::string error = errorOf([&] { readClass(w.bytes()); });
+        EXPECT_NE(std::string::npos, error.find(expected)) << error;
+    }
 }
 
 } // namespace
