@@ -1,9 +1,10 @@
-#include "util/StringUtils.h"
-
 #include <cstring>
 #include <memory>
 
 #include <gtest/gtest.h>
+
+#include "util/RuntimeErrorST.h"
+#include "util/StringUtils.h"
 
 using util::StringUtils;
 
@@ -57,4 +58,15 @@ TEST(StringUtilsTest, SmallHelpers) {
     EXPECT_EQ(StringUtils::parseHex("ff"), 255u);
     EXPECT_EQ(StringUtils::parseHex("DEADBEEF"), 0xDEADBEEFu);
     EXPECT_EQ(StringUtils::parseHex("zz"), 0u);
+}
+
+TEST(RuntimeErrorSTTest, IsARuntimeErrorThatRecordsTheStack) {
+    try {
+        throw util::RuntimeErrorST("not implemented");
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "not implemented");
+        const auto* st = dynamic_cast<const util::RuntimeErrorST*>(&e);
+        ASSERT_NE(st, nullptr);
+        EXPECT_FALSE(st->stackTrace().empty());
+    }
 }
