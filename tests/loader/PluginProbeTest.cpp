@@ -1,5 +1,5 @@
 // Probing plug-ins in a helper process. The deadly test plug-ins are only ever loaded by the
-// helper; kov's test shows them skipped.
+// helper, directly or when kov probes them.
 #include <chrono>
 #include <cstdlib>
 #include <string>
@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../tools/ProcessRunner.h"
 #include "LogCapture.h"
 #include "TestSupport.h"
 #include "loader/ExtensionManagerImpl.h"
@@ -33,6 +34,8 @@ std::vector<std::string> warnings(const kovtest::LogCapture& log) {
 }
 
 } // namespace
+
+using kovtest::contains;
 
 TEST(PluginProbeTest, ProbesThatHangAreKilledAndAQuietExitIsNoSuccess) {
     using std::chrono::milliseconds;
@@ -63,4 +66,19 @@ TEST(PluginProbeTest, WithoutProbingOrWithoutTheHelperPluginsLoadInProcess) {
                                "directory), loading it in-process");
         EXPECT_EQ(warnings(log), expected);
     }
+}
+
+TEST(PluginProbeTest, KovSkipsPluginsThatWouldKillItAndLoadsTheRest) {
+    const kovtest::ProcessResult run = kovtest::runProgram(
+        KOVTEST_KOV_EXECUTABLE, {"--probe-plugins", "-p", KOVTEST_DEADLY_DIR, "extensions"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(contains(run.out, "    test.probed.Decoder ")) << run.out;
+    const std::string skipping =
+        "kov: warning: skipping plug-in '" KOVTEST_DEADLY_DIR "/libkovtest_";
+    for (const char* line : {"aborts.so': its probe process was killed by signal SIGABRT\n",
+                             "exits.so': its probe process exited with status 3\n",
+                             "segfaults.so': its probe process was killed by signal SIGSEGV\n",
+                             "segfaults_when_listed.so': its probe process was killed by signal "
+                             "SIGSEGV\n"})
+        EXPECT_TRUE(contains(run.err, skipping + line)) << run.err;
 }

@@ -51,6 +51,10 @@ inline void expectGolden(const std::string& path, const std::string& text) {
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text) << path;
 }
 
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 /// The manager's decoder ids as it lists them: "a;b;".
 inline std::wstring decoderIds(const kovx::ExtensionManager& manager) {
     wchar_t ids[256];
