@@ -32,7 +32,8 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
     ASSERT_EQ(15u, pool->size());
     for (uint32_t empty : {0u, 5u, 8u, 15u})
         EXPECT_EQ(nullptr, pool->get(empty)) << empty;
-    // The entries' texts are in the rich class's golden text.
+    // The entries' texts are in the rich class's golden text; the translation tests read the
+    // typed values of the entry kinds that it uses.
     const std::pair<uint32_t, const char*> values[] = {
         {1, "Foo"},         {2, "abc"},         {3, "-7"},           {4, "-9000000000"},
         {6, "0.100000001"}, {7, "-2.5"},        {9, "Foo"},          {10, "Foo"},
@@ -41,11 +42,7 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
         EXPECT_EQ(index, pool->get(index)->index);
         EXPECT_EQ(value, pool->get(index)->getValue()) << index;
     }
-    EXPECT_EQ("abc", pool->atAs<CPEUnicode>(2, "t").value);
-    EXPECT_EQ(-7, pool->atAs<CPEInteger>(3, "t").value);
     EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
-    EXPECT_EQ(-2.5, pool->atAs<CPEDouble>(7, "t").value);
-    EXPECT_EQ(9, pool->atAs<CPEInterfaceMethodRef>(14, "t").classIndex);
 }
 
 TEST(ConstantPoolTest, CountBelowTwoReadsNothingAndWideEntryMayEndThePool) {

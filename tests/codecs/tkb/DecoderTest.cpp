@@ -16,7 +16,6 @@
 using classwriter::RuleAnnotation;
 using classwriter::RuleCode;
 using classwriter::RuleFileBuilder;
-using kovx::TKBConstant;
 
 namespace {
 

@@ -17,7 +17,6 @@
 using classwriter::RuleAnnotation;
 using classwriter::RuleCode;
 using classwriter::RuleFileBuilder;
-using kovx::TKBConstant;
 using tkbtest::describe;
 using tkbtest::methodAt;
 using tkbtest::translateBytes;
