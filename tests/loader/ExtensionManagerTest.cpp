@@ -123,10 +123,6 @@ private:
     bool mMakeDecoder;
 };
 
-kovx::URIPtr uri(const std::string& text) {
-    return kovx::URIPtr(new kovx::URI(text));
-}
-
 kov::Status statusOf(const std::function<void()>& call) {
     try {
         call();
@@ -143,6 +139,7 @@ std::wstring madeBy(const boost::shared_ptr<kovx::Extension>& extension) {
 } // namespace
 
 using kovtest::errorOf;
+using kovtest::uri;
 
 TEST(ExtensionManagerTest, MatchingDecoderHasTheBestMeritThenTheFirstIdInCodeUnitOrder) {
     loader::ExtensionManagerImpl manager;

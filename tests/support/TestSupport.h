@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "kovx/ExtensionManager.h"
+#include "kovx/URI.h"
 
 namespace kovtest {
 
@@ -49,6 +50,10 @@ inline void expectGolden(const std::string& path, const std::string& text) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in) << "missing golden file " << path;
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text) << path;
+}
+
+inline kovx::URIPtr uri(const std::string& text) {
+    return kovx::URIPtr(new kovx::URI(text));
 }
 
 inline bool contains(const std::string& text, const std::string& part) {
