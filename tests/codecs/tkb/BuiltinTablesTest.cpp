@@ -40,10 +40,6 @@ int32_t enumValue(const std::string& type, const std::string& member) {
 } // namespace
 
 TEST(BuiltinTablesTest, AreExactlyTheFormatsTables) {
-    for (const tkb::BuiltinFunction& row : BUILTIN_FUNCTIONS)
-        ASSERT_TRUE(row.name && row.descriptor);
-    for (const tkb::EnumTableRow& row : ENUM_TABLE)
-        ASSERT_TRUE(row.type && row.member);
     // Any edit of the tables changes these; only a new version of the file format may.
     EXPECT_EQ(fingerprint(BUILTIN_FUNCTIONS, &tkb::BuiltinFunction::name,
                           &tkb::BuiltinFunction::descriptor),
