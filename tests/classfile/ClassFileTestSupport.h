@@ -44,7 +44,4 @@ inline classwriter::ClassWriter minimalClass() {
     return writer;
 }
 
-/// A class that uses every entry kind, attribute kind and element value tag.
-classwriter::ClassWriter richClass();
-
 } // namespace classfiletest
