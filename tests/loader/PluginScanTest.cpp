@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ExtensionManagerImpl.h"
 
 namespace {
@@ -29,25 +31,21 @@ void recordEvent(const char* event) {
 // manager's dlclose does not unload the plug-in.
 class PluginProbe {
 public:
-    explicit PluginProbe(const std::string& path) : mHandle(dlopen(path.c_str(), RTLD_NOW)) {
+    explicit PluginProbe(const std::string& path)
+        : mHandle(dlopen(path.c_str(), RTLD_NOW), &dlclose) {
         if (!mHandle)
             throw std::runtime_error(dlerror());
         call<void (*)(void (*)(const char*))>("kovtest_setRecorder")(&recordEvent);
     }
-    ~PluginProbe() { close(); }
-    void close() {
-        if (mHandle)
-            dlclose(mHandle);
-        mHandle = nullptr;
-    }
+    void close() { mHandle.reset(); }
     size_t liveFactories() { return call<size_t (*)()>("kovtest_liveFactories")(); }
     void deleteLiveFactories() { call<void (*)()>("kovtest_deleteLiveFactories")(); }
 
 private:
     template <typename F> F call(const char* name) {
-        return reinterpret_cast<F>(dlsym(mHandle, name));
+        return reinterpret_cast<F>(dlsym(mHandle.get(), name));
     }
-    void* mHandle;
+    std::unique_ptr<void, int (*)(void*)> mHandle;
 };
 
 // Removes the one message of that level that equals text (or starts with it, for texts that end
@@ -117,15 +115,10 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
     EXPECT_EQ((adaptor + 2)->second, listed("test.plugin.Encoder", "(1.0) test encoder"));
 
     // The library that never opened stays in the map, and its unregister lookup fails on purpose.
-    try {
-        delete manager;
-        ADD_FAILURE() << "the manager's teardown did not throw";
-    } catch (const std::runtime_error& e) {
-        EXPECT_EQ(std::string(e.what()).rfind(
-                      "error while loading function 'unregisterExtensionFactories': ", 0),
-                  0u)
-            << e.what();
-    }
+    const std::string teardown = kovtest::errorOf([&] { delete manager; });
+    EXPECT_EQ(teardown.rfind("error while loading function 'unregisterExtensionFactories': ", 0),
+              0u)
+        << teardown;
 }
 
 // The exception classes of these plug-ins live in the plug-ins: their texts can only be read, and
@@ -147,12 +140,8 @@ TEST(PluginScanTest, ExceptionsOfThePluginsOwnClassesAreLoggedAndTheScanGoesOn) 
     for (const auto& message : messages)
         EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
 
-    try {
-        delete manager;
-        ADD_FAILURE() << "the manager's teardown did not throw";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "unregistration refused by the plug-in's own error");
-    }
+    EXPECT_EQ(kovtest::errorOf([&] { delete manager; }),
+              "unregistration refused by the plug-in's own error");
 }
 
 // The factories that a failed registration added stay registered, so their code must stay loaded:
