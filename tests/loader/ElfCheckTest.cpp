@@ -17,6 +17,7 @@
 
 #include "../tools/ProcessRunner.h"
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ElfCheck.h"
 #include "loader/ExtensionManagerImpl.h"
 
@@ -32,6 +33,8 @@ std::string patched(size_t offset, Elf64_Off value) {
 }
 
 } // namespace
+
+using kovtest::contains;
 
 TEST(ElfCheckTest, CutsAndImpossibleOffsetsAreRefusedWithTheReasonAndTheScanGoesOn) {
     ASSERT_GT(PLUGIN.size(), 8192u);
@@ -69,10 +72,8 @@ TEST(ElfCheckTest, CutsAndImpossibleOffsetsAreRefusedWithTheReasonAndTheScanGoes
     const std::wstring path(dir.begin(), dir.end());
     const wchar_t* paths[] = {path.c_str()};
     manager->loadExtensions(paths, 1);
-    wchar_t ids[128];
-    size_t idsSize = 128;
-    manager->listDecoderIds(ids, &idsSize);
-    EXPECT_EQ(std::wstring(ids), L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
+    EXPECT_EQ(kovtest::decoderIds(*manager),
+              L"com.velmor.kov.core.TKBDecoder;test.plugin.Decoder;");
     // The refused libraries stay in the map, and their unregister lookup fails on purpose.
     EXPECT_THROW(delete manager, std::runtime_error);
     std::filesystem::remove_all(dir);
@@ -93,4 +94,28 @@ TEST(ElfCheckTest, AFifoIsRefusedWithoutWaitingForAWriter) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(loader::elfHeaderProblem(fifo), "not a regular file");
     std::remove(fifo.c_str());
+}
+
+// kov itself, run as a separate process with the test plug-ins.
+TEST(ElfCheckTest, KovListsTheDefaultAndTheGivenPluginsBesideACutLibrary) {
+    // A library cut to its first page made the dynamic loader kill kov before it could list
+    // anything.
+    const std::string cutDir = testing::TempDir() + "kov-host-cut-" + std::to_string(getpid());
+    std::filesystem::create_directories(cutDir);
+    const std::string nested = kovtest::readFile(KOVTEST_NESTED_PLUGIN);
+    kovtest::writeFile(cutDir + "/libcut.so", nested.substr(0, 4096));
+    kovtest::writeFile(cutDir + "/libkovtest_nested.so", nested);
+    const kovtest::ProcessResult run = kovtest::runProgram(
+        KOVTEST_KOV_EXECUTABLE, {"extensions", "-p", KOVTEST_PLUGIN_DIR, "-p", cutDir});
+    std::filesystem::remove_all(cutDir);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out.rfind("Available Extensions:\n", 0), 0u) << run.out;
+    EXPECT_TRUE(contains(run.out, "    com.velmor.kov.adaptors.FileSystemAdaptor "));
+    EXPECT_TRUE(contains(run.out, "    test.plugin.Decoder "));
+    EXPECT_TRUE(contains(run.out, "    test.nested.Decoder "));
+    EXPECT_TRUE(contains(run.err, "/libcut.so: segment ")) << run.err;
+    // Plug-in problems are warnings on standard error, never part of the listing.
+    EXPECT_TRUE(contains(run.err, "kov: warning: failed to load library not-a-library.so\n"))
+        << run.err;
+    EXPECT_FALSE(contains(run.out, "not-a-library"));
 }

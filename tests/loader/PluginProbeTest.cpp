@@ -1,5 +1,5 @@
 // Probing plug-ins in a helper process. The deadly test plug-ins are only ever loaded by the
-// helper; kov's test shows them skipped.
+// helper, directly or when kov probes them.
 #include <chrono>
 #include <cstdlib>
 #include <string>
@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "../tools/ProcessRunner.h"
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ExtensionManagerImpl.h"
 #include "loader/PluginProbe.h"
 
@@ -31,14 +33,9 @@ std::vector<std::string> warnings(const kovtest::LogCapture& log) {
     return texts;
 }
 
-std::wstring decoderIds(const loader::ExtensionManagerImpl& manager) {
-    wchar_t ids[128];
-    size_t size = 128;
-    manager.listDecoderIds(ids, &size);
-    return ids;
-}
-
 } // namespace
+
+using kovtest::contains;
 
 TEST(PluginProbeTest, ProbesThatHangAreKilledAndAQuietExitIsNoSuccess) {
     using std::chrono::milliseconds;
@@ -60,7 +57,7 @@ TEST(PluginProbeTest, WithoutProbingOrWithoutTheHelperPluginsLoadInProcess) {
             const ScopedEnv probing("KOV_PROBE_PLUGINS", probe ? "1" : "0");
             loader::ExtensionManagerImpl manager;
             manager.loadExtensionLibrary(KOVTEST_FULL_PLUGIN);
-            EXPECT_EQ(decoderIds(manager), L"test.plugin.Decoder;");
+            EXPECT_EQ(kovtest::decoderIds(manager), L"test.plugin.Decoder;");
         }
         std::vector<std::string> expected;
         if (probe)
@@ -69,4 +66,19 @@ TEST(PluginProbeTest, WithoutProbingOrWithoutTheHelperPluginsLoadInProcess) {
                                "directory), loading it in-process");
         EXPECT_EQ(warnings(log), expected);
     }
+}
+
+TEST(PluginProbeTest, KovSkipsPluginsThatWouldKillItAndLoadsTheRest) {
+    const kovtest::ProcessResult run = kovtest::runProgram(
+        KOVTEST_KOV_EXECUTABLE, {"--probe-plugins", "-p", KOVTEST_DEADLY_DIR, "extensions"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(contains(run.out, "    test.probed.Decoder ")) << run.out;
+    const std::string skipping =
+        "kov: warning: skipping plug-in '" KOVTEST_DEADLY_DIR "/libkovtest_";
+    for (const char* line : {"aborts.so': its probe process was killed by signal SIGABRT\n",
+                             "exits.so': its probe process exited with status 3\n",
+                             "segfaults.so': its probe process was killed by signal SIGSEGV\n",
+                             "segfaults_when_listed.so': its probe process was killed by signal "
+                             "SIGSEGV\n"})
+        EXPECT_TRUE(contains(run.err, skipping + line)) << run.err;
 }

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "loader/ExtensionManagerImpl.h"
 
 namespace {
@@ -29,37 +31,29 @@ void recordEvent(const char* event) {
 // manager's dlclose does not unload the plug-in.
 class PluginProbe {
 public:
-    explicit PluginProbe(const std::string& path) : mHandle(dlopen(path.c_str(), RTLD_NOW)) {
+    explicit PluginProbe(const std::string& path)
+        : mHandle(dlopen(path.c_str(), RTLD_NOW), &dlclose) {
         if (!mHandle)
             throw std::runtime_error(dlerror());
         call<void (*)(void (*)(const char*))>("kovtest_setRecorder")(&recordEvent);
     }
-    ~PluginProbe() { close(); }
-    void close() {
-        if (mHandle)
-            dlclose(mHandle);
-        mHandle = nullptr;
-    }
+    void close() { mHandle.reset(); }
     size_t liveFactories() { return call<size_t (*)()>("kovtest_liveFactories")(); }
     void deleteLiveFactories() { call<void (*)()>("kovtest_deleteLiveFactories")(); }
 
 private:
     template <typename F> F call(const char* name) {
-        return reinterpret_cast<F>(dlsym(mHandle, name));
+        return reinterpret_cast<F>(dlsym(mHandle.get(), name));
     }
-    void* mHandle;
+    std::unique_ptr<void, int (*)(void*)> mHandle;
 };
-
-bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
 
 // Removes the one message of that level that equals text (or starts with it, for texts that end
 // in the dynamic loader's own words); false if there is none.
 bool take(std::vector<std::pair<kov::LogLevel, std::string>>& messages, kov::LogLevel level,
           const std::string& text, bool prefixOnly = false) {
     auto it = std::find_if(messages.begin(), messages.end(), [&](const auto& m) {
-        return m.first == level && (prefixOnly ? startsWith(m.second, text) : m.second == text);
+        return m.first == level && (prefixOnly ? m.second.rfind(text, 0) == 0 : m.second == text);
     });
     if (it == messages.end())
         return false;
@@ -87,28 +81,22 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
     // The directory order is the file system's: compare the scan's messages as a set.
     auto messages = log.messages();
     const std::string bad = PLUGIN_DIR + "/not-a-library.so";
+    const std::string skipped = "failed to load or register an extension from " + PLUGIN_DIR + "/";
+    const std::string failed = "failed to load or register extensions from '" + PLUGIN_DIR + "/";
     EXPECT_TRUE(take(messages, kov::LOG_ERROR,
                      "failed to load library: error while loading library '" + bad + "': " + bad,
                      true));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING, "failed to load library not-a-library.so"));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, skipped + "notes.txt, ignoring."));
+    EXPECT_TRUE(take(messages, kov::LOG_WARNING, skipped + "libkovtest_full.so.1, ignoring."));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING,
-                     "failed to load or register an extension from " + PLUGIN_DIR +
-                         "/notes.txt, ignoring."));
+                     failed + "libkovtest_noregister.so' due to exception: error while loading "
+                              "function 'registerExtensionFactories': ",
+                     true));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING,
-                     "failed to load or register an extension from " + PLUGIN_DIR +
-                         "/libkovtest_full.so.1, ignoring."));
-    EXPECT_TRUE(
-        take(messages, kov::LOG_WARNING,
-             "failed to load or register extensions from '" + PLUGIN_DIR +
-                 "/libkovtest_noregister.so' due to exception: error while loading function "
-                 "'registerExtensionFactories': ",
-             true));
+                     failed + "libkovtest_throwing.so' due to exception: registration refused"));
     EXPECT_TRUE(take(messages, kov::LOG_WARNING,
-                     "failed to load or register extensions from '" + PLUGIN_DIR +
-                         "/libkovtest_throwing.so' due to exception: registration refused"));
-    EXPECT_TRUE(take(messages, kov::LOG_WARNING,
-                     "failed to load or register extensions from '" + PLUGIN_DIR +
-                         "/libkovtest_throwing_unknown.so' due to unknown exception."));
+                     failed + "libkovtest_throwing_unknown.so' due to unknown exception."));
     EXPECT_TRUE(
         take(messages, kov::LOG_WARNING, "Invalid plugin path: '/nonexistent/kov-plugins'"));
 
@@ -127,14 +115,10 @@ TEST(PluginScanTest, ScanLoadsTopLevelLibrariesAndLogsEveryOtherFile) {
     EXPECT_EQ((adaptor + 2)->second, listed("test.plugin.Encoder", "(1.0) test encoder"));
 
     // The library that never opened stays in the map, and its unregister lookup fails on purpose.
-    try {
-        delete manager;
-        ADD_FAILURE() << "the manager's teardown did not throw";
-    } catch (const std::runtime_error& e) {
-        EXPECT_TRUE(
-            startsWith(e.what(), "error while loading function 'unregisterExtensionFactories': "))
-            << e.what();
-    }
+    const std::string teardown = kovtest::errorOf([&] { delete manager; });
+    EXPECT_EQ(teardown.rfind("error while loading function 'unregisterExtensionFactories': ", 0),
+              0u)
+        << teardown;
 }
 
 // The exception classes of these plug-ins live in the plug-ins: their texts can only be read, and
@@ -156,12 +140,8 @@ TEST(PluginScanTest, ExceptionsOfThePluginsOwnClassesAreLoggedAndTheScanGoesOn) 
     for (const auto& message : messages)
         EXPECT_EQ(message.first, kov::LOG_INFO) << message.second;
 
-    try {
-        delete manager;
-        ADD_FAILURE() << "the manager's teardown did not throw";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "unregistration refused by the plug-in's own error");
-    }
+    EXPECT_EQ(kovtest::errorOf([&] { delete manager; }),
+              "unregistration refused by the plug-in's own error");
 }
 
 // The factories that a failed registration added stay registered, so their code must stay loaded:
