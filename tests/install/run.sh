@@ -41,7 +41,7 @@ for lib in kov_core kov_loader; do
   [ "$(readlink "$prefix/lib/lib$lib.so")" = "lib$lib.so.$soversion" ] || fail "lib$lib.so link"
   [ "$(readlink "$prefix/lib/lib$lib.so.$soversion")" = "lib$lib.so.$version" ] ||
     fail "lib$lib.so.$soversion link"
-  readelf -d "$prefix/lib/lib$lib.so.$version" | grep -qF "Library soname: [lib$lib.so.$soversion]" ||
+  readelf -d "$prefix/lib/lib$lib.so.$version" | grep -F "Library soname: [lib$lib.so.$soversion]" >/dev/null ||
     fail "SONAME of lib$lib"
 done
 [ "$(nm -D --defined-only "$prefix/lib/libkov_loader.so" | awk '{print $3}')" = init ] ||
@@ -49,12 +49,12 @@ done
 
 # The install stands on its own: no run path or package file leads back to the trees.
 while IFS= read -r -d '' binary; do
-  ! readelf -d "$binary" | grep -E 'RPATH|RUNPATH' | grep -qF -e "$build" -e "$source" ||
+  ! readelf -d "$binary" | grep -E 'RPATH|RUNPATH' | grep -F -e "$build" -e "$source" >/dev/null ||
     fail "$binary has a run path into the build tree"
 done < <(find "$prefix/bin" "$prefix/lib" -type f \( -name '*.so*' -o -perm -u+x \) -print0)
 ! grep -rqF -e "$build" -e "$source" "$prefix/lib/cmake" "$prefix/lib/pkgconfig" ||
   fail "package files name the build or source tree"
-ldd "$kov" | grep -qF "libkov_core.so.$soversion => $prefix/" || fail "kov does not use its own core"
+ldd "$kov" | grep -F "libkov_core.so.$soversion => $prefix/" >/dev/null || fail "kov does not use its own core"
 [ "$("$kov" --version)" = "kov $version" ] || fail "kov --version"
 
 # The package's version check: the same minor version only.
