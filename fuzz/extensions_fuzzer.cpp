@@ -70,6 +70,9 @@ void writePlugin(const std::string& path, const uint8_t* data, size_t size) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     setenv("KOV_PROBE_PLUGINS", "1", 0);
+#ifdef KOV_FUZZ_PROBE_HELPER
+    setenv("KOV_PROBE_HELPER", KOV_FUZZ_PROBE_HELPER, 0);
+#endif
     return 0;
 }
 

@@ -18,7 +18,16 @@
 #include "loader/ExtensionManagerImpl.h"
 #include "util/StringUtils.h"
 
+// GCC announces AddressSanitizer with __SANITIZE_ADDRESS__, Clang only through __has_feature.
 #if defined(__SANITIZE_ADDRESS__)
+#define KOV_PROBE_UNDER_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KOV_PROBE_UNDER_ASAN 1
+#endif
+#endif
+
+#if defined(KOV_PROBE_UNDER_ASAN)
 // A fault of the plug-in must end this process the way it would end the host, by its signal, and
 // not in a sanitizer's report with exit status 1.
 extern "C" const char* __asan_default_options() {
