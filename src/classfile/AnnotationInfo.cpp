@@ -33,13 +33,14 @@ bool isConstantTag(uint8_t tag) {
 } // namespace
 
 AnnotationInfo::AnnotationInfo(ByteStream& in, const ConstantPool& pool_, unsigned depth)
-    : pool(&pool_) {
+    : pool(&pool_), element_value_pairs(&pool_.arena()) {
     enterLevel(depth);
     type_index = in.readU2();
     num_element_value_pairs = in.readU2();
-    reserveForCount(element_value_pairs, num_element_value_pairs);
+    // A pair takes its u2 name index and its tag at least.
+    reserveForCount(element_value_pairs, num_element_value_pairs, in.remaining(), 3);
     for (uint16_t i = 0; i < num_element_value_pairs; ++i)
-        element_value_pairs.push_back(std::make_unique<ElementValue>(pool_, in, true, depth));
+        element_value_pairs.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, true, depth));
 }
 
 AnnotationInfo::~AnnotationInfo() = default;
@@ -55,7 +56,7 @@ void AnnotationInfo::print(std::ostream& os) const {
 }
 
 ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named_, unsigned depth)
-    : pool(&pool_), named(named_) {
+    : pool(&pool_), named(named_), values(&pool_.arena()) {
     if (named)
         element_name_index = in.readU2();
     tag = in.readU1();
@@ -67,13 +68,14 @@ ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named
     } else if (tag == 'c') {
         class_info_index = in.readU2();
     } else if (tag == '@') {
-        annotation_value = std::make_unique<AnnotationInfo>(in, pool_, depth + 1);
+        annotation_value = makeInArena<AnnotationInfo>(pool_.arena(), in, pool_, depth + 1);
     } else if (tag == '[') {
         enterLevel(depth + 1);
         num_values = in.readU2();
-        reserveForCount(values, num_values);
+        // A value takes its tag at least.
+        reserveForCount(values, num_values, in.remaining(), 1);
         for (uint16_t i = 0; i < num_values; ++i)
-            values.push_back(std::make_unique<ElementValue>(pool_, in, false, depth + 1));
+            values.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, false, depth + 1));
     }
 }
 

@@ -9,7 +9,8 @@ namespace classfile {
 
 AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length,
                              unsigned depth)
-    : Attribute(AttributeKind::Code, pool_, index_, length) {
+    : Attribute(AttributeKind::Code, pool_, index_, length), exceptions(&pool_.arena()),
+      attributes(&pool_.arena()) {
     // Each level costs a few stack frames; a damaged file could otherwise nest until the stack
     // runs out.
     if (depth > MAX_CODE_DEPTH)
@@ -21,12 +22,13 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
     code_length = static_cast<int32_t>(in.readU4());
     if (code_length > 0) {
         ByteStream::Section section(in, "the code bytes");
-        in.readBytes(code, static_cast<uint32_t>(code_length));
+        code = Bytes(in.readView(static_cast<uint32_t>(code_length)));
+        pool_.keepInput(in);
     }
     {
         ByteStream::Section section(in, "the exception table");
         exception_table_length = in.readU2();
-        reserveForCount(exceptions, exception_table_length);
+        reserveForCount(exceptions, exception_table_length, in.remaining(), 8);
         for (uint16_t i = 0; i < exception_table_length; ++i) {
             ExceptionInfo row{0, 0, 0, 0, &pool_};
             row.start_pc = in.readU2();
@@ -37,9 +39,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
         }
     }
     attributes_count = in.readU2();
-    reserveForCount(attributes, attributes_count);
-    for (uint16_t i = 0; i < attributes_count; ++i)
-        attributes.push_back(readAttribute(in, i, pool_, depth + 1));
+    readAttributes(in, attributes_count, pool_, attributes, depth + 1);
 }
 
 void AttributeCode::print(std::ostream& os) const {

@@ -4,16 +4,20 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "classfile/Arena.h"
+#include "classfile/ByteStream.h"
 #include "classfile/ConstantPoolEntry.h"
 
 namespace classfile {
 
-class ByteStream;
 class ClassInfo;
 
-/// The constant pool of one class file: owns its entries, indexed from 1 as in the file.
+/// The constant pool of one class file: owns its entries, indexed from 1 as in the file, and the
+/// arena in which they and every other object read from the file live, together with the inputs
+/// whose bytes they view.
 class ConstantPool {
 public:
     /// The format's pool indices are 16-bit; the pool never grows past this many slots.
@@ -43,7 +47,7 @@ public:
     std::string valueAt(uint32_t index, const char* what) const;
     /// valueAt without a copy where none is needed: a Utf8 entry's own text, otherwise valueAt's
     /// result, kept in scratch. Fails as valueAt does.
-    const std::string& textAt(uint32_t index, const char* what, std::string& scratch) const;
+    std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const;
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
@@ -53,6 +57,14 @@ public:
     /// Appends an entry (never reusing an existing one) and returns its index; keeps the owner's
     /// constant_pool_count equal to the new size. Writes one warning line per existing slot.
     uint32_t add(std::unique_ptr<ConstantPoolEntry> entry);
+
+    /// Where the objects read with this pool live.
+    Arena& arena() const { return mArena; }
+    /// Keeps the input of in alive as long as the pool, for objects that view its bytes.
+    void keepInput(const ByteStream& in) const;
+    /// The attribute kind that the name at index was found to name, plus one; 0 while unknown.
+    /// The attribute factory looks each name up once.
+    uint8_t& attributeKindOf(uint32_t index) const;
 
     /// The pool listing.
     void print(std::ostream& os) const;
@@ -64,12 +76,18 @@ public:
 
     /// The class being read; not owned, may be null.
     ClassInfo* owner;
-    /// Owned entries by pool index; slot 0 and the slot after a long or double are empty.
-    std::vector<std::unique_ptr<ConstantPoolEntry>> entries;
+    /// Entries by pool index; slot 0 and the slot after a long or double are empty.
+    std::vector<ArenaPtr<ConstantPoolEntry>> entries;
     /// The class file's this_class index.
     uint32_t thisClassIndex = 0;
 
 private:
+    mutable std::vector<std::shared_ptr<const ByteStream::Input>> mInputs;
+    mutable Arena mArena;
+    /// The entries that add took over; entries refers to them.
+    std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
+    mutable std::vector<uint8_t> mAttributeKinds;
+
     [[noreturn]] static void failWrongKind(uint32_t index, const char* what, ConstantTag found,
                                            ConstantTag wanted);
 };

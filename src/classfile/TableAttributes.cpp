@@ -2,13 +2,15 @@
 
 #include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
+#include "classfile/ConstantPool.h"
 
 namespace classfile {
 
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
                                              uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
-    reserveForCount(classes, number_of_classes);
+    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()),
+      classes(&pool.arena()) {
+    reserveForCount(classes, number_of_classes, in.remaining(), 8);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
         row.inner_class_info_index = in.readU2();
@@ -35,8 +37,8 @@ void AttributeInnerClasses::print(std::ostream& os) const {
 AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
                                                    uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LineNumberTable, pool, index, length),
-      line_number_table_length(in.readU2()) {
-    reserveForCount(line_number_table, line_number_table_length);
+      line_number_table_length(in.readU2()), line_number_table(&pool.arena()) {
+    reserveForCount(line_number_table, line_number_table_length, in.remaining(), 4);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
         const uint16_t startPc = in.readU2();
         line_number_table.push_back({i, startPc, in.readU2()});
@@ -56,8 +58,8 @@ void AttributeLineNumberTable::print(std::ostream& os) const {
 AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
                                                          uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
-      local_variable_table_length(in.readU2()) {
-    reserveForCount(local_variable_table, local_variable_table_length);
+      local_variable_table_length(in.readU2()), local_variable_table(&pool.arena()) {
+    reserveForCount(local_variable_table, local_variable_table_length, in.remaining(), 10);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {
         LocalVariableInfo row{i, 0, 0, 0, 0, 0};
         row.start_pc = in.readU2();

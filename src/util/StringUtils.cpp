@@ -30,7 +30,9 @@ const std::wstring& StringUtils::HEXCHARS_W() { static const std::wstring s = HE
 
 std::string StringUtils::toUTF8FromUTF32(const std::wstring& s) { return utf_to_utf<char>(s, skip); }
 
-std::wstring StringUtils::toUTF32FromUTF8(const std::string& s) { return utf_to_utf<wchar_t>(s, skip); }
+std::wstring StringUtils::toUTF32FromUTF8(std::string_view s) {
+    return utf_to_utf<wchar_t>(s.data(), s.data() + s.size(), skip);
+}
 
 wchar_t* StringUtils::toUTF32FromUTF8Array(const std::string& s) {
     const std::wstring w = toUTF32FromUTF8(s);

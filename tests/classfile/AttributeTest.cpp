@@ -69,7 +69,8 @@ TEST(AttributeTest, CodeKeepsBytesExceptionRowsAndNestedTables) {
     const auto& code = attributeAt<AttributeCode>(*info, 0);
     EXPECT_EQ(3, code.max_stack);
     EXPECT_EQ(2, code.max_locals);
-    EXPECT_EQ((std::vector<uint8_t>{0x04, 0x3C, 0xB1}), code.code);
+    EXPECT_EQ((std::vector<uint8_t>{0x04, 0x3C, 0xB1}),
+              std::vector<uint8_t>(code.code.begin(), code.code.end()));
     ASSERT_EQ(2u, code.exceptions.size());
     EXPECT_EQ(3, code.exceptions[1].handler_pc);
     EXPECT_EQ(2, code.exceptions[1].catch_type);
@@ -100,7 +101,8 @@ TEST(AttributeTest, UnknownNamesKeepTheirBytes) {
     auto info = readMethodWith(
         w, {cw::rawAttribute(signature, {9, 8, 7}), cw::rawAttribute(signature, {}, 0xFFFFFFFF)});
     const auto& unknown = attributeAt<AttributeUnknown>(*info, 0);
-    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}), unknown.info);
+    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}),
+              std::vector<uint8_t>(unknown.info.begin(), unknown.info.end()));
     EXPECT_EQ("name=Signature; attribute_length=3", textOf(unknown));
     EXPECT_TRUE(
         attributeAt<AttributeUnknown>(*info, 1).info.empty()); // negative length reads nothing
@@ -157,8 +159,9 @@ TEST(AttributeTest, TablesAndAnnotationKindsReadTheirRows) {
                                  {{}, {marker}}),
         cw::sourceFile(w.pool.utf8("SourceFile"), utf)};
     auto info = readMethodWith(w, attributes);
+    const auto& exceptions = attributeAt<AttributeExceptions>(*info, 0).exception_index_table;
     EXPECT_EQ((std::vector<uint16_t>{2, 2}),
-              attributeAt<AttributeExceptions>(*info, 0).exception_index_table);
+              std::vector<uint16_t>(exceptions.begin(), exceptions.end()));
     const auto& inner = attributeAt<AttributeInnerClasses>(*info, 1);
     EXPECT_EQ(0x0008, inner.classes.at(0).inner_class_access_flags);
     EXPECT_EQ(2u, attributeAt<AttributeRuntimeInvisibleAnnotations>(*info, 2).annotations.size());

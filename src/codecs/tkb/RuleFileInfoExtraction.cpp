@@ -28,8 +28,8 @@ using classfile::ClassInfo;
 using classfile::ConstantPool;
 using classfile::ElementValue;
 using classfile::MethodInfo;
-using ElementList = std::vector<std::unique_ptr<ElementValue>>;
-using AttributeList = std::vector<std::unique_ptr<Attribute>>;
+using ElementList = classfile::ElementValueList;
+using AttributeList = classfile::AttributeList;
 
 // Views, so that comparisons look at the lengths first.
 constexpr std::string_view NAME_ELEMENT = "name";
@@ -40,7 +40,7 @@ constexpr std::wstring_view GROUP_ANNOTATION = L"$Group";
 constexpr std::wstring_view START_RULE_ANNOTATION = L"$StartRule";
 constexpr double START_RULE_BONUS = 1000000.0;
 
-std::wstring widen(const std::string& s) {
+std::wstring widen(std::string_view s) {
     return util::StringUtils::toUTF32FromUTF8(s);
 }
 
@@ -79,13 +79,13 @@ const ElementList& nestedOf(const AnnotationInfo& marker) {
 }
 
 // The texts of element names and values; scratch holds the text when it is not a pool entry's own.
-const std::string& elementName(const ConstantPool& pool, const ElementValue& pair,
-                               std::string& scratch) {
+std::string_view elementName(const ConstantPool& pool, const ElementValue& pair,
+                             std::string& scratch) {
     return pool.textAt(pair.element_name_index, "an element name", scratch);
 }
 
-const std::string& elementText(const ConstantPool& pool, const ElementValue& value,
-                               std::string& scratch) {
+std::string_view elementText(const ConstantPool& pool, const ElementValue& value,
+                             std::string& scratch) {
     return pool.textAt(value.const_value_index, "an element value", scratch);
 }
 
@@ -103,7 +103,7 @@ void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Ta
         for (const auto& pair : value->annotation_value->element_value_pairs) {
             if (elementName(pool, *pair, nameScratch) != NAME_ELEMENT)
                 continue;
-            const std::string& mark = elementText(pool, *pair, markScratch);
+            const std::string_view mark = elementText(pool, *pair, markScratch);
             if (mark == ATTRIBUTE_MARK)
                 take(EntryKind::Attribute);
             else if (mark == RULE_MARK)
@@ -159,8 +159,8 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
         if (locals && static_cast<size_t>(k) < locals->local_variable_table.size()) {
-            const std::string& name = pool.textAt(locals->local_variable_table[k].name_index,
-                                                  "a parameter name", scratch);
+            const std::string_view name = pool.textAt(locals->local_variable_table[k].name_index,
+                                                      "a parameter name", scratch);
             budget.charge(sizeof(wchar_t) * name.size(), "the parameter names of its entries");
             parameter.name = widen(name);
         } else {
@@ -211,7 +211,7 @@ void sortForPresentation(EntryImpl* entries, size_t count) {
 
 } // namespace
 
-int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t>* types) {
+int32_t parseMethodDescriptor(std::string_view descriptor, std::vector<int32_t>* types) {
     constexpr int32_t NO_CODE = -1;
     // Reads the type at pos and moves pos past it.
     auto readType = [&descriptor](size_t& pos) -> int32_t {
@@ -287,7 +287,7 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     std::string nameScratch;
     std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
-        const std::string& name = elementName(pool, *pair, nameScratch);
+        const std::string_view name = elementName(pool, *pair, nameScratch);
         if (name == NAME_ELEMENT) {
             annotation.name = widen(elementText(pool, *pair, textScratch));
             continue;

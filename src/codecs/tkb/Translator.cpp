@@ -47,15 +47,15 @@ constexpr int32_t LOCAL_INT_OR_BOOL = 0;
 constexpr int32_t LOCAL_DOUBLE = 1;
 constexpr int32_t LOCAL_OBJECT = 2;
 
-std::wstring widen(const std::string& s) {
+std::wstring widen(std::string_view s) {
     return util::StringUtils::toUTF32FromUTF8(s);
 }
 
-bool startsWith(const std::string& s, const char* prefix) {
+bool startsWith(std::string_view s, const char* prefix) {
     return s.compare(0, std::strlen(prefix), prefix) == 0;
 }
 
-bool endsWith(const std::string& s, const char* suffix) {
+bool endsWith(std::string_view s, const char* suffix) {
     const size_t n = std::strlen(suffix);
     return s.size() >= n && s.compare(s.size() - n, n, suffix) == 0;
 }
@@ -85,7 +85,7 @@ class Translator {
     }
 
   private:
-    const std::string& text(uint32_t index, const char* what) const {
+    std::string_view text(uint32_t index, const char* what) const {
         return mPool.atAs<classfile::CPEUtf8>(index, what).value;
     }
 
@@ -104,8 +104,8 @@ class Translator {
             if (!entry || entry->tag() != ConstantTag::Class)
                 continue;
             const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
-            const std::string& name = text(classEntry.name_index, "a class name");
-            mClassNames[static_cast<uint32_t>(i)] = &name;
+            const std::string_view name = text(classEntry.name_index, "a class name");
+            mClassNames[static_cast<uint32_t>(i)] = name;
             if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
                 startsWith(name, BUILTINS_CLASS_PREFIX) && endsWith(name, BUILTINS_CLASS_SUFFIX))
                 mBuiltinsClass = i;
@@ -151,8 +151,8 @@ class Translator {
 
     void translateMethodRef(int32_t i, const classfile::CPEMethodRef& ref) {
         const classfile::CPENameAndType& nameAndType = ref.nameAndType();
-        const std::string& name = text(nameAndType.name_index, "a method name");
-        const std::string& descriptor = text(nameAndType.descriptor_index, "a method descriptor");
+        const std::string_view name = text(nameAndType.name_index, "a method name");
+        const std::string_view descriptor = text(nameAndType.descriptor_index, "a method descriptor");
         mKey.assign(name);
         mKey += descriptor;
 
@@ -181,7 +181,7 @@ class Translator {
                                 static_cast<int>(ref.classIndex));
             // The returned type's simple name: "...;)Lcom/velmor/gc/Type;" gives "Type".
             const size_t slash = descriptor.rfind('/');
-            std::string type = descriptor.substr(slash == std::string::npos ? 0 : slash + 1);
+            std::string type(descriptor.substr(slash == std::string::npos ? 0 : slash + 1));
             if (!type.empty())
                 type.pop_back();
             mProgram.enumTypes.push_back(std::move(type));
@@ -202,30 +202,29 @@ class Translator {
     void translateFieldRef(int32_t i, const classfile::CPEFieldRef& ref) {
         const classfile::CPEClass& classEntry = ref.classEntry();
         auto known = mClassNames.find(classEntry.index);
-        const std::string& className = known != mClassNames.end()
-                                           ? *known->second
-                                           : text(classEntry.name_index, "a class name");
+        const std::string_view className = known != mClassNames.end()
+                                               ? known->second
+                                               : text(classEntry.name_index, "a class name");
         if (ref.classIndex == OWN_CLASS_INDEX) {
             mProgram.fieldRefs.push_back(i);
             return;
         }
         const size_t slash = className.rfind('/');
         mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
-        const std::string& field = text(ref.nameAndType().name_index, "a field name");
+        const std::string_view field = text(ref.nameAndType().name_index, "a field name");
 
         const EnumValueMap& enums = *getEnumValueMap();
         auto type = enums.find(mKey);
         if (type == enums.end())
             throw util::RuntimeErrorST("No enum '" + mKey + "' found in map!");
-        auto member = type->second.find(field);
+        auto member = type->second.find(std::string(field));
         const int32_t value = member == type->second.end() ? -1 : member->second;
         store(i, TKBConstant::ENUM_VALUE,
               std::make_unique<boost::shared_ptr<kovx::TKB::Enum>>(
-                  boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + field))));
+                  boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + std::string(field)))));
     }
 
-    static void setNames(TKBMethod& method, const std::string& name,
-                         const std::string& descriptor) {
+    static void setNames(TKBMethod& method, std::string_view name, std::string_view descriptor) {
         method.name = widen(name);
         const size_t dollar = method.name.find(L'$');
         if (dollar != std::wstring::npos)
@@ -233,8 +232,8 @@ class Translator {
         method.descriptor = widen(descriptor);
     }
 
-    std::unique_ptr<TKBMethod> definedMethod(int32_t i, int32_t position, const std::string& name,
-                                             const std::string& descriptor) {
+    std::unique_ptr<TKBMethod> definedMethod(int32_t i, int32_t position, std::string_view name,
+                                             std::string_view descriptor) {
         const classfile::MethodInfo& info = *mClass.methods[static_cast<size_t>(position)];
         const classfile::AttributeCode* code = nullptr;
         for (const auto& attribute : info.attributes) {
@@ -251,7 +250,7 @@ class Translator {
         method->methodPosition = position;
         method->undefined = 0;
         method->maxStack = code->max_stack;
-        method->code = code->code;
+        method->code.assign(code->code.begin(), code->code.end());
         for (const auto& attribute : code->attributes) {
             if (attribute->kind() != classfile::AttributeKind::LocalVariableTable)
                 continue;
@@ -261,8 +260,8 @@ class Translator {
             method->localTypes.assign(table.local_variable_table.size(), 0);
             method->localSlots = 0;
             for (size_t k = 0; k < table.local_variable_table.size(); ++k) {
-                const std::string& local = text(table.local_variable_table[k].descriptor_index,
-                                                "a local variable descriptor");
+                const std::string_view local = text(table.local_variable_table[k].descriptor_index,
+                                                    "a local variable descriptor");
                 if (local == "I" || local == "Z") {
                     method->localTypes[k] = LOCAL_INT_OR_BOOL;
                     method->localSlots += 1;
@@ -273,7 +272,7 @@ class Translator {
                     method->localTypes[k] = LOCAL_OBJECT;
                     method->localSlots += 1;
                 } else {
-                    failUnsupported("TKB file: Datatype '%s' not supported.", local);
+                    failUnsupported("TKB file: Datatype '%s' not supported.", std::string(local));
                 }
             }
         }
@@ -282,8 +281,8 @@ class Translator {
         return method;
     }
 
-    static std::unique_ptr<TKBMethod> undefinedMethod(int32_t i, const std::string& name,
-                                                      const std::string& descriptor) {
+    static std::unique_ptr<TKBMethod> undefinedMethod(int32_t i, std::string_view name,
+                                                      std::string_view descriptor) {
         auto method = std::make_unique<TKBMethod>();
         method->poolIndex = i;
         method->methodPosition = -1;
@@ -322,7 +321,7 @@ class Translator {
     std::map<std::string, int32_t> mOwnMethods;
     int32_t mBuiltinsClass = -1;
     /// Pool index -> name of every class entry (texts owned by the pool).
-    std::unordered_map<uint32_t, const std::string*> mClassNames;
+    std::unordered_map<uint32_t, std::string_view> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;
     MemoryBudget mBudget;
