@@ -14,7 +14,7 @@ constexpr size_t ANNOTATION_BYTES = 4;
 
 void readAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t count,
                      AnnotationList& out) {
-    reserveForCount(out, count, in.remaining(), ANNOTATION_BYTES);
+    reserveForCount(out, pool.arena(), count, in.remaining(), ANNOTATION_BYTES);
     ByteStream::Section section(in, "annotation ", 0);
     for (uint16_t i = 0; i < count; ++i) {
         section.setNumber(i);
@@ -35,8 +35,7 @@ void printAnnotations(std::ostream& os, const AnnotationList& list) {
 AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in,
                                                          const ConstantPool& pool_, uint16_t index_,
                                                          uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_annotations(in.readU2()),
-      annotations(&pool_.arena()) {
+    : Attribute(kind, pool_, index_, length), num_annotations(in.readU2()) {
     readAnnotations(in, pool_, num_annotations, annotations);
 }
 
@@ -63,15 +62,15 @@ AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(ByteS
 
 AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
     AttributeKind kind, ByteStream& in, const ConstantPool& pool_, uint16_t index_, uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()),
-      parameter_annotations(&pool_.arena()) {
-    reserveForCount(parameter_annotations, num_parameters, in.remaining(), 2);
+    : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()) {
+    reserveForCount(parameter_annotations, pool_.arena(), num_parameters, in.remaining(), 2);
     ByteStream::Section section(in, "the annotations of parameter ", 0);
     for (unsigned p = 0; p < num_parameters; ++p) {
         section.setNumber(p);
-        ParameterAnnotations& parameter = parameter_annotations.emplace_back(pool_.arena());
+        ParameterAnnotations parameter;
         parameter.num_annotations = in.readU2();
         readAnnotations(in, pool_, parameter.num_annotations, parameter.annotations);
+        parameter_annotations.push_back(std::move(parameter));
     }
 }
 

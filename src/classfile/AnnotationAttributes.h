@@ -34,7 +34,6 @@ public:
 
 /// The annotations of one method parameter.
 struct ParameterAnnotations {
-    explicit ParameterAnnotations(Arena& arena) : annotations(&arena) {}
     uint16_t num_annotations = 0;
     AnnotationList annotations;
 };
@@ -46,7 +45,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint8_t num_parameters;
-    ArenaVector<ParameterAnnotations> parameter_annotations;
+    ArenaList<ParameterAnnotations> parameter_annotations;
 
 protected:
     AttributeRuntimeParameterAnnotations(AttributeKind kind, ByteStream& in,

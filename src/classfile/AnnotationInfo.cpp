@@ -33,12 +33,12 @@ bool isConstantTag(uint8_t tag) {
 } // namespace
 
 AnnotationInfo::AnnotationInfo(ByteStream& in, const ConstantPool& pool_, unsigned depth)
-    : pool(&pool_), element_value_pairs(&pool_.arena()) {
+    : pool(&pool_) {
     enterLevel(depth);
     type_index = in.readU2();
     num_element_value_pairs = in.readU2();
     // A pair takes its u2 name index and its tag at least.
-    reserveForCount(element_value_pairs, num_element_value_pairs, in.remaining(), 3);
+    reserveForCount(element_value_pairs, pool_.arena(), num_element_value_pairs, in.remaining(), 3);
     for (uint16_t i = 0; i < num_element_value_pairs; ++i)
         element_value_pairs.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, true, depth));
 }
@@ -56,7 +56,7 @@ void AnnotationInfo::print(std::ostream& os) const {
 }
 
 ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named_, unsigned depth)
-    : pool(&pool_), named(named_), values(&pool_.arena()) {
+    : pool(&pool_), named(named_) {
     if (named)
         element_name_index = in.readU2();
     tag = in.readU1();
@@ -73,7 +73,7 @@ ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named
         enterLevel(depth + 1);
         num_values = in.readU2();
         // A value takes its tag at least.
-        reserveForCount(values, num_values, in.remaining(), 1);
+        reserveForCount(values, pool_.arena(), num_values, in.remaining(), 1);
         for (uint16_t i = 0; i < num_values; ++i)
             values.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, false, depth + 1));
     }

@@ -12,8 +12,8 @@ class ConstantPool;
 class AnnotationInfo;
 class ElementValue;
 
-using AnnotationList = ArenaVector<ArenaPtr<AnnotationInfo>>;
-using ElementValueList = ArenaVector<ArenaPtr<ElementValue>>;
+using AnnotationList = ArenaList<ArenaPtr<AnnotationInfo>>;
+using ElementValueList = ArenaList<ArenaPtr<ElementValue>>;
 
 /// Nesting of annotations and arrays beyond this many levels is refused.
 constexpr unsigned MAX_ANNOTATION_DEPTH = 64;

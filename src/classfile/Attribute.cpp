@@ -130,7 +130,7 @@ ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& 
 
 void readAttributes(ByteStream& in, uint16_t count, ConstantPool& pool, AttributeList& list,
                     unsigned depth) {
-    reserveForCount(list, count, in.remaining(), HEADER_BYTES);
+    reserveForCount(list, pool.arena(), count, in.remaining(), HEADER_BYTES);
     for (uint16_t i = 0; i < count; ++i)
         list.push_back(readAttribute(in, i, pool, depth));
 }

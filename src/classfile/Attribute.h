@@ -60,7 +60,7 @@ private:
     AttributeKind mKind;
 };
 
-using AttributeList = ArenaVector<ArenaPtr<Attribute>>;
+using AttributeList = ArenaList<ArenaPtr<Attribute>>;
 
 /// The attribute factory: reads one attribute (header and payload) into the pool's arena and returns
 /// it. The payload of a recognised kind is read by its structure, not by the declared length.

@@ -9,8 +9,7 @@ namespace classfile {
 
 AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length,
                              unsigned depth)
-    : Attribute(AttributeKind::Code, pool_, index_, length), exceptions(&pool_.arena()),
-      attributes(&pool_.arena()) {
+    : Attribute(AttributeKind::Code, pool_, index_, length) {
     // Each level costs a few stack frames; a damaged file could otherwise nest until the stack
     // runs out.
     if (depth > MAX_CODE_DEPTH)
@@ -28,14 +27,14 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
     {
         ByteStream::Section section(in, "the exception table");
         exception_table_length = in.readU2();
-        reserveForCount(exceptions, exception_table_length, in.remaining(), 8);
+        reserveForCount(exceptions, pool_.arena(), exception_table_length, in.remaining(), 8);
         for (uint16_t i = 0; i < exception_table_length; ++i) {
             ExceptionInfo row{0, 0, 0, 0, &pool_};
             row.start_pc = in.readU2();
             row.end_pc = in.readU2();
             row.handler_pc = in.readU2();
             row.catch_type = in.readU2();
-            exceptions.push_back(row);
+            exceptions.emplace_back(row);
         }
     }
     attributes_count = in.readU2();

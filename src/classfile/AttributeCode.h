@@ -36,7 +36,7 @@ public:
     /// Views the input.
     Bytes code;
     uint16_t exception_table_length;
-    ArenaVector<ExceptionInfo> exceptions;
+    ArenaList<ExceptionInfo> exceptions;
     uint16_t attributes_count;
     AttributeList attributes;
 };

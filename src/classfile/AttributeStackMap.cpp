@@ -33,7 +33,7 @@ ArenaPtr<StackMapEntry::Ty> readTy(ByteStream& in, const ConstantPool& pool) {
     }
 }
 
-void printTypes(std::ostream& os, const ArenaVector<ArenaPtr<StackMapEntry::Ty>>& types) {
+void printTypes(std::ostream& os, const ArenaList<ArenaPtr<StackMapEntry::Ty>>& types) {
     for (size_t i = 0; i < types.size(); ++i) {
         os << (i ? ", " : "");
         types[i]->print(os);
@@ -56,15 +56,14 @@ void StackMapEntry::TyNewObject::print(std::ostream& os) const {
     os << "NewObject(@" << offset << ")";
 }
 
-StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool)
-    : locals(&pool.arena()), stack(&pool.arena()) {
+StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool) {
     offset = in.readU2();
     number_of_locals = in.readU2();
-    reserveForCount(locals, number_of_locals, in.remaining(), 1);
+    reserveForCount(locals, pool.arena(), number_of_locals, in.remaining(), 1);
     for (uint16_t i = 0; i < number_of_locals; ++i)
         locals.push_back(readTy(in, pool));
     number_of_stack_items = in.readU2();
-    reserveForCount(stack, number_of_stack_items, in.remaining(), 1);
+    reserveForCount(stack, pool.arena(), number_of_stack_items, in.remaining(), 1);
     for (uint16_t i = 0; i < number_of_stack_items; ++i)
         stack.push_back(readTy(in, pool));
 }
@@ -79,17 +78,18 @@ void StackMapEntry::print(std::ostream& os) const {
 
 AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16_t index_,
                                      uint32_t length)
-    : Attribute(AttributeKind::StackMap, pool_, index_, length), entries(&pool_.arena()) {
+    : Attribute(AttributeKind::StackMap, pool_, index_, length) {
     // Every StackMap read appends its own name entry, which nothing refers to; the factory then
     // replaces name_index by the index from the file.
     name = "StackMap";
     name_index = static_cast<uint16_t>(pool_.add(std::make_unique<CPEUtf8>(std::string(name))));
     number_of_entries = in.readU2();
-    reserveForCount(entries, number_of_entries, in.remaining(), 6);
+    reserveForCount(entries, pool_.arena(), number_of_entries, in.remaining(), 6);
     ByteStream::Section section(in, "stack map entry ", 0);
     for (uint16_t i = 0; i < number_of_entries; ++i) {
         section.setNumber(i);
-        entries.emplace_back(in, pool_);
+        StackMapEntry entry(in, pool_);
+        entries.push_back(std::move(entry));
     }
 }
 

@@ -67,9 +67,9 @@ public:
 
     uint16_t offset;
     uint16_t number_of_locals;
-    ArenaVector<ArenaPtr<Ty>> locals;
+    ArenaList<ArenaPtr<Ty>> locals;
     uint16_t number_of_stack_items;
-    ArenaVector<ArenaPtr<Ty>> stack;
+    ArenaList<ArenaPtr<Ty>> stack;
 };
 
 /// A StackMap attribute. Reading one adds a "StackMap" entry to the pool that nothing refers to.
@@ -79,7 +79,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t number_of_entries;
-    ArenaVector<StackMapEntry> entries;
+    ArenaList<StackMapEntry> entries;
 };
 
 } // namespace classfile

@@ -112,7 +112,8 @@ void ClassInfo::readAttributes(ByteStream& in) {
         attributes_count = in.readU2();
         attributesCountRead = true;
     }
-    reserveForCount(attributes, attributes_count, in.remaining(), ATTRIBUTE_HEADER_BYTES);
+    reserveForCount(attributes, constant_pool->arena(), attributes_count, in.remaining(),
+                    ATTRIBUTE_HEADER_BYTES);
     ByteStream::Section section(in, "class attribute ", 0);
     for (uint16_t i = 0; i < attributes_count; ++i) {
         section.setNumber(i);

@@ -17,8 +17,6 @@ namespace {
 constexpr unsigned MAX_RESOLVE_DEPTH = 8;
 thread_local unsigned resolveDepth = 0;
 
-// Bytes of arena to start with per KiB of input: about what a rule file's model takes.
-constexpr size_t ARENA_BLOCK_ESTIMATE = 4096;
 
 class ResolveDepthGuard {
 public:
@@ -112,8 +110,7 @@ const char* primitiveName(char code) {
 } // namespace
 
 ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count)
-    : owner(owner_), mInputs{in.input()},
-      mArena(ARENA_BLOCK_ESTIMATE * (in.remaining() / 1024 + 1)) {
+    : owner(owner_), mInputs{in.input()} {
     entries.resize(count);
     if (count < 2)
         return;

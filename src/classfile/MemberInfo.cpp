@@ -8,7 +8,7 @@
 namespace classfile {
 
 MemberInfo::MemberInfo(uint16_t index_, ClassInfo& owner_)
-    : index(index_), attributes(&owner_.constant_pool->arena()), owner(&owner_) {}
+    : index(index_), owner(&owner_) {}
 
 MemberInfo::~MemberInfo() = default;
 

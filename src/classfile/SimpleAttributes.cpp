@@ -16,11 +16,10 @@ void AttributeConstantValue::print(std::ostream& os) const {
 
 AttributeExceptions::AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index,
                                          uint32_t length)
-    : Attribute(AttributeKind::Exceptions, pool, index, length), number_of_exceptions(in.readU2()),
-      exception_index_table(&pool.arena()) {
-    reserveForCount(exception_index_table, number_of_exceptions, in.remaining(), 2);
+    : Attribute(AttributeKind::Exceptions, pool, index, length), number_of_exceptions(in.readU2()) {
+    reserveForCount(exception_index_table, pool.arena(), number_of_exceptions, in.remaining(), 2);
     for (uint16_t i = 0; i < number_of_exceptions; ++i)
-        exception_index_table.push_back(in.readU2());
+        exception_index_table.emplace_back(in.readU2());
 }
 
 AttributeSynthetic::AttributeSynthetic(const ConstantPool& pool, uint16_t index)

@@ -22,7 +22,7 @@ public:
     AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
 
     uint16_t number_of_exceptions;
-    ArenaVector<uint16_t> exception_index_table;
+    ArenaList<uint16_t> exception_index_table;
 };
 
 /// Marks its field, method or class as synthetic; no payload.

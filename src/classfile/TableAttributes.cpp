@@ -8,16 +8,15 @@ namespace classfile {
 
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
                                              uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()),
-      classes(&pool.arena()) {
-    reserveForCount(classes, number_of_classes, in.remaining(), 8);
+    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
+    reserveForCount(classes, pool.arena(), number_of_classes, in.remaining(), 8);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
         row.inner_class_info_index = in.readU2();
         row.outer_class_info_index = in.readU2();
         row.inner_name_index = in.readU2();
         row.inner_class_access_flags = in.readU2();
-        classes.push_back(row);
+        classes.emplace_back(row);
     }
 }
 
@@ -37,11 +36,11 @@ void AttributeInnerClasses::print(std::ostream& os) const {
 AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
                                                    uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LineNumberTable, pool, index, length),
-      line_number_table_length(in.readU2()), line_number_table(&pool.arena()) {
-    reserveForCount(line_number_table, line_number_table_length, in.remaining(), 4);
+      line_number_table_length(in.readU2()) {
+    reserveForCount(line_number_table, pool.arena(), line_number_table_length, in.remaining(), 4);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
         const uint16_t startPc = in.readU2();
-        line_number_table.push_back({i, startPc, in.readU2()});
+        line_number_table.emplace_back(LineNumberInfo{i, startPc, in.readU2()});
     }
 }
 
@@ -58,8 +57,8 @@ void AttributeLineNumberTable::print(std::ostream& os) const {
 AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
                                                          uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
-      local_variable_table_length(in.readU2()), local_variable_table(&pool.arena()) {
-    reserveForCount(local_variable_table, local_variable_table_length, in.remaining(), 10);
+      local_variable_table_length(in.readU2()) {
+    reserveForCount(local_variable_table, pool.arena(), local_variable_table_length, in.remaining(), 10);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {
         LocalVariableInfo row{i, 0, 0, 0, 0, 0};
         row.start_pc = in.readU2();
@@ -67,7 +66,7 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
         row.name_index = in.readU2();
         row.descriptor_index = in.readU2();
         row.index = in.readU2();
-        local_variable_table.push_back(row);
+        local_variable_table.emplace_back(row);
     }
 }
 

@@ -25,7 +25,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t number_of_classes;
-    ArenaVector<InnerClassInfo> classes;
+    ArenaList<InnerClassInfo> classes;
 };
 
 struct LineNumberInfo {
@@ -41,7 +41,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t line_number_table_length;
-    ArenaVector<LineNumberInfo> line_number_table;
+    ArenaList<LineNumberInfo> line_number_table;
 };
 
 struct LocalVariableInfo {
@@ -61,7 +61,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t local_variable_table_length;
-    ArenaVector<LocalVariableInfo> local_variable_table;
+    ArenaList<LocalVariableInfo> local_variable_table;
 };
 
 } // namespace classfile
