@@ -58,10 +58,11 @@ public:
     uint16_t type_name_index = 0;
     uint16_t const_name_index = 0;
     uint16_t class_info_index = 0;
+    /// Tag '['; declared here, with the other small fields, to keep the object small.
+    uint16_t num_values = 0;
     /// Tag '@'.
     ArenaPtr<AnnotationInfo> annotation_value;
     /// Tag '['.
-    uint16_t num_values = 0;
     ElementValueList values;
 };
 

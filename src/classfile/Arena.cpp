@@ -6,7 +6,7 @@ namespace classfile {
 
 namespace {
 constexpr size_t MIN_BLOCK = 16 * 1024;
-constexpr size_t MAX_BLOCK = 1024 * 1024;
+constexpr size_t MAX_BLOCK = 256 * 1024;
 } // namespace
 
 struct Arena::Block {
@@ -22,9 +22,9 @@ Arena::~Arena() {
 }
 
 void* Arena::allocateInNewBlock(size_t bytes, size_t alignment) {
-    // A block a quarter of what the arena already holds keeps the unused end small.
+    // A block an eighth of what the arena already holds keeps the unused end small.
     const size_t wanted = sizeof(Block) + alignment + bytes;
-    const size_t size = std::max(wanted, std::clamp(mFootprint / 4, MIN_BLOCK, MAX_BLOCK));
+    const size_t size = std::max(wanted, std::clamp(mFootprint / 8, MIN_BLOCK, MAX_BLOCK));
     auto* block = static_cast<Block*>(::operator new(size));
     block->previous = mBlocks;
     mBlocks = block;

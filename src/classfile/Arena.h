@@ -17,7 +17,7 @@
 namespace classfile {
 
 /// A bump allocator over blocks of its own. Blocks grow with what the arena holds, up to a limit,
-/// so that at most a small part of the memory lies unused at the end.
+/// so that at most an eighth of the memory lies unused at the end.
 class Arena : public std::pmr::memory_resource {
 public:
     Arena() = default;

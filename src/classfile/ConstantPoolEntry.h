@@ -55,8 +55,9 @@ public:
     /// "Utf8", "Class", ... for messages.
     static const char* tagName(ConstantTag tag);
 
-    uint32_t index = 0;
     const ConstantPool* pool = nullptr;
+    /// Declared after pool so that it shares a word with the tag.
+    uint32_t index = 0;
 
 protected:
     explicit ConstantPoolEntry(ConstantTag tag) : mTag(tag) {}
