@@ -8,11 +8,15 @@ namespace classfile {
 
 namespace {
 
+[[noreturn]] void failTooDeep() {
+    failRead("annotation nesting too deep",
+             formatText("Reading TKB failed: annotations nest deeper than %d levels",
+                        MAX_ANNOTATION_DEPTH));
+}
+
 void enterLevel(unsigned depth) {
     if (depth > MAX_ANNOTATION_DEPTH)
-        failRead("annotation nesting too deep",
-                 formatText("Reading TKB failed: annotations nest deeper than %d levels",
-                            MAX_ANNOTATION_DEPTH));
+        failTooDeep();
 }
 
 bool isConstantTag(uint8_t tag) {

@@ -18,25 +18,29 @@ namespace classfile {
 
 /// A bump allocator over blocks of its own. Blocks grow with what the arena holds, up to a limit,
 /// so that at most an eighth of the memory lies unused at the end.
-class Arena : public std::pmr::memory_resource {
+class Arena final : public std::pmr::memory_resource {
 public:
     Arena() = default;
     ~Arena() override;
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    /// Bytes taken from the heap so far.
-    size_t footprint() const { return mFootprint; }
-
-private:
-    void* do_allocate(size_t bytes, size_t alignment) override {
-        const uintptr_t start = (reinterpret_cast<uintptr_t>(mNext) + alignment - 1) & ~(alignment - 1);
+    /// allocate without the virtual call, for the model's own objects and lists.
+    void* take(size_t bytes, size_t alignment) {
+        const uintptr_t start =
+            (reinterpret_cast<uintptr_t>(mNext) + alignment - 1) & ~(alignment - 1);
         if (mNext && start + bytes <= reinterpret_cast<uintptr_t>(mEnd)) {
             mNext = reinterpret_cast<char*>(start + bytes);
             return reinterpret_cast<void*>(start);
         }
         return allocateInNewBlock(bytes, alignment);
     }
+
+    /// Bytes taken from the heap so far.
+    size_t footprint() const { return mFootprint; }
+
+private:
+    void* do_allocate(size_t bytes, size_t alignment) override { return take(bytes, alignment); }
     void do_deallocate(void*, size_t, size_t) override {}
     bool do_is_equal(const std::pmr::memory_resource& other) const noexcept override {
         return this == &other;
@@ -60,7 +64,7 @@ template <typename T> using ArenaPtr = std::unique_ptr<T, ArenaRelease>;
 
 /// Constructs a T in the arena.
 template <typename T, typename... Args> ArenaPtr<T> makeInArena(Arena& arena, Args&&... args) {
-    return ArenaPtr<T>(new (arena.allocate(sizeof(T), alignof(T))) T(std::forward<Args>(args)...));
+    return ArenaPtr<T>(new (arena.take(sizeof(T), alignof(T))) T(std::forward<Args>(args)...));
 }
 
 /// A list of the class model in the arena. Its room is set once, before the elements are read, to
@@ -74,8 +78,7 @@ public:
     void allocate(Arena& arena, size_t capacity) {
         if (capacity > UINT32_MAX)
             throw std::length_error("class model list too long");
-        mData = capacity ? static_cast<T*>(arena.allocate(sizeof(T) * capacity, alignof(T)))
-                         : nullptr;
+        mData = capacity ? static_cast<T*>(arena.take(sizeof(T) * capacity, alignof(T))) : nullptr;
         mCapacity = static_cast<uint32_t>(capacity);
     }
     template <typename... Args> T& emplace_back(Args&&... args) {

@@ -93,7 +93,7 @@ AttributeKind resolveName(const ConstantPool& pool, uint16_t nameIndex, std::str
         return static_cast<AttributeKind>(known - 1);
     }
     const std::string value = pool.valueAt(nameIndex, "the attribute name");
-    char* copy = static_cast<char*>(pool.arena().allocate(value.size() + 1, 1));
+    char* copy = static_cast<char*>(pool.arena().take(value.size() + 1, 1));
     std::memcpy(copy, value.data(), value.size());
     name = std::string_view(copy, value.size());
     return kindNamed(name);

@@ -134,10 +134,6 @@ ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count)
 
 ConstantPool::~ConstantPool() = default;
 
-const ConstantPoolEntry* ConstantPool::get(uint32_t index) const {
-    return index < entries.size() ? entries[index].get() : nullptr;
-}
-
 const ConstantPoolEntry& ConstantPool::at(uint32_t index, const char* what) const {
     if (index >= entries.size())
         failRead(
@@ -167,11 +163,8 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
     return entry.getValue();
 }
 
-std::string_view ConstantPool::textAt(uint32_t index, const char* what,
-                                      std::string& scratch) const {
-    const ConstantPoolEntry* entry = get(index);
-    if (entry && entry->tag() == ConstantTag::Utf8 && resolveDepth < MAX_RESOLVE_DEPTH)
-        return static_cast<const CPEUtf8*>(entry)->value;
+std::string_view ConstantPool::textOtherThanUtf8(uint32_t index, const char* what,
+                                                  std::string& scratch) const {
     scratch = valueAt(index, what);
     return scratch;
 }

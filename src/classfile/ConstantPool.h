@@ -31,7 +31,9 @@ public:
     ConstantPool& operator=(const ConstantPool&) = delete;
 
     /// The entry at index, or null for an empty slot or an index outside the pool.
-    const ConstantPoolEntry* get(uint32_t index) const;
+    const ConstantPoolEntry* get(uint32_t index) const {
+        return index < entries.size() ? entries[index].get() : nullptr;
+    }
     /// Checked lookup for indices that come from the file: raises a runtime error naming what and
     /// the index when the index lies outside the pool or names an empty slot.
     const ConstantPoolEntry& at(uint32_t index, const char* what) const;
@@ -46,8 +48,14 @@ public:
     /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
     std::string valueAt(uint32_t index, const char* what) const;
     /// valueAt without a copy where none is needed: a Utf8 entry's own text, otherwise valueAt's
-    /// result, kept in scratch. Fails as valueAt does.
-    std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const;
+    /// result, kept in scratch. Fails as valueAt does. (A Utf8 text refers to nothing, so it needs
+    /// no guard against reference cycles; textAt is never part of a chain of references.)
+    std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
+        const ConstantPoolEntry* entry = get(index);
+        if (entry && entry->tag() == ConstantTag::Utf8)
+            return static_cast<const CPEUtf8*>(entry)->value;
+        return textOtherThanUtf8(index, what, scratch);
+    }
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
@@ -82,6 +90,9 @@ public:
     uint32_t thisClassIndex = 0;
 
 private:
+    std::string_view textOtherThanUtf8(uint32_t index, const char* what,
+                                       std::string& scratch) const;
+
     mutable std::vector<std::shared_ptr<const ByteStream::Input>> mInputs;
     mutable Arena mArena;
     /// The entries that add took over; entries refers to them.
