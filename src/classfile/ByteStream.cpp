@@ -45,32 +45,41 @@ void ByteStream::markBad() {
     }
 }
 
-// Bytes come straight from the stream buffer, without the sentry that the stream's own read builds;
-// the buffer grows geometrically unless the stream buffer knows how much is left.
+// Bytes come straight from the stream buffer, without the sentry that the stream's own read builds.
+// They are taken as much as the buffer holds at a time, never more: a stream buffer can then fail
+// only while it refills, before anything of the refill is lost, so the input ends exactly where it
+// failed. The buffer grows geometrically unless the stream buffer tells how much is left.
 void ByteStream::readInput() {
+    using Traits = std::istream::traits_type;
     auto input = std::make_shared<Input>();
+    size_t capacity = 0;
+    const auto ensureRoom = [&](size_t room) {
+        if (capacity - input->size >= room)
+            return;
+        const size_t grown = std::max(input->size + room, std::max(capacity * 2, FIRST_BLOCK));
+        std::unique_ptr<char[]> bigger(new char[grown]);
+        if (input->size)
+            std::memcpy(bigger.get(), input->bytes.get(), input->size);
+        input->bytes = std::move(bigger);
+        capacity = grown;
+    };
     if (readable()) {
         std::streambuf& buffer = *stream.rdbuf();
-        size_t capacity = FIRST_BLOCK;
         try {
             const std::streamsize hint = buffer.in_avail();
-            // One more than announced, so that the end shows without growing.
             if (hint > 0)
-                capacity = static_cast<size_t>(hint) + 1;
-            input->bytes.reset(new char[capacity]);
-            for (;;) {
-                if (input->size == capacity) {
-                    const size_t grown = capacity * 2;
-                    std::unique_ptr<char[]> bigger(new char[grown]);
-                    std::memcpy(bigger.get(), input->bytes.get(), input->size);
-                    input->bytes = std::move(bigger);
-                    capacity = grown;
+                ensureRoom(static_cast<size_t>(hint));
+            while (!Traits::eq_int_type(buffer.sgetc(), Traits::eof())) {
+                const std::streamsize held = buffer.in_avail();
+                if (held <= 0) {
+                    // A stream buffer without a get area of its own: one byte at a time.
+                    ensureRoom(1);
+                    input->bytes[input->size++] = Traits::to_char_type(buffer.sbumpc());
+                    continue;
                 }
-                const auto wanted = static_cast<std::streamsize>(capacity - input->size);
-                const std::streamsize got = buffer.sgetn(input->bytes.get() + input->size, wanted);
-                input->size += static_cast<size_t>(got);
-                if (got < wanted)
-                    break;
+                ensureRoom(static_cast<size_t>(held));
+                input->size += static_cast<size_t>(
+                    buffer.sgetn(input->bytes.get() + input->size, held));
             }
         } catch (const abi::__forced_unwind&) {
             markBad();
@@ -84,6 +93,8 @@ void ByteStream::readInput() {
             mEndedByError = true;
         }
     }
+    if (!input->bytes)
+        input->bytes.reset(new char[1]);
     mInput = std::move(input);
 }
 
