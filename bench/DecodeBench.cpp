@@ -12,6 +12,7 @@
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 #include "codecs/tkb/BuiltinTables.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "codecs/tkb/RuleFileInfoExtraction.h"
 #include "codecs/tkb/TKBDecoder.h"
 #include "codecs/tkb/Translator.h"
@@ -102,7 +103,8 @@ void translate(benchmark::State& state, const Input& input) {
 void ruleFileInfo(benchmark::State& state, const Input& input) {
     const auto model = readModel(input);
     for (auto _ : state) {
-        std::unique_ptr<RuleFileInfoImpl> info(tkb::fillRuleFileInfo(*model));
+        tkb::MemoryBudget budget;
+        std::unique_ptr<RuleFileInfoImpl> info(tkb::fillRuleFileInfo(*model, budget));
         benchmark::DoNotOptimize(info.get());
     }
     setThroughput(state, input);
@@ -110,7 +112,8 @@ void ruleFileInfo(benchmark::State& state, const Input& input) {
 
 void toXml(benchmark::State& state, const Input& input) {
     const auto model = readModel(input);
-    const std::unique_ptr<RuleFileInfoImpl> info(tkb::fillRuleFileInfo(*model));
+    tkb::MemoryBudget budget;
+    const std::unique_ptr<RuleFileInfoImpl> info(tkb::fillRuleFileInfo(*model, budget));
     std::vector<char> text;
     for (auto _ : state) {
         size_t size = 0;

@@ -1,101 +1,71 @@
-// libFuzzer entry: reads a class file from the input and prints it, expecting only clean errors.
-//
-// Run: classfile_fuzzer [-max_len=4096] CORPUS_DIR
+// libFuzzer entry: reads a class file, then asks the model for what the translator and the code
+// listing ask it for: every entry's value and display form, every member's name and descriptor and
+// the descriptor's types. Only clean errors are expected.
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
-#include <iostream>
+#include <memory>
 #include <sstream>
-#include <streambuf>
 #include <string>
+#include <vector>
 
+#include "FuzzSupport.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 
 namespace {
 
-class NullBuffer : public std::streambuf {
-protected:
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-    std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
-};
+using classfile::ConstantPool;
 
-uint32_t be(const uint8_t* p, size_t bytes) {
-    uint32_t v = 0;
-    for (size_t i = 0; i < bytes; ++i)
-        v = (v << 8) | p[i];
-    return v;
+// Splits a method descriptor into its field types the way the code listing does.
+void parseDescriptor(const std::string& descriptor) {
+    std::vector<std::string> types;
+    std::string rest = descriptor;
+    if (!rest.empty() && rest[0] == '(') {
+        rest.erase(0, 1);
+        while (!rest.empty() && rest[0] != ')')
+            rest = ConstantPool::parseFieldType(rest, types);
+        if (rest.empty())
+            return;
+        rest.erase(0, 1);
+    }
+    ConstantPool::parseFieldType(rest, types);
 }
 
-// The reader's final check ends the whole process, by design, when a class entry names an index
-// outside the pool. Such inputs are skipped: this scan walks the pool the way the reader does and
-// reports any class entry whose name index is not below the pool count.
-bool classEntryWouldEndProcess(const uint8_t* data, size_t size) {
-    if (size < 10)
-        return false;
-    const uint32_t count = be(data + 8, 2);
-    size_t pos = 10;
-    for (uint32_t index = 1; index < count;) {
-        if (pos >= size)
-            return false;
-        const uint8_t tag = data[pos++];
-        size_t payload = 0;
-        uint32_t slots = 1;
-        switch (tag) {
-        case 1:
-        case 2: {
-            const size_t width = tag == 1 ? 2 : 4;
-            if (size - pos < width)
-                return false;
-            payload = width + be(data + pos, width);
-            break;
-        }
-        case 3:
-        case 4:
-        case 9:
-        case 10:
-        case 11:
-        case 12: payload = 4; break;
-        case 5:
-        case 6:
-            payload = 8;
-            slots = 2;
-            break;
-        case 7:
-            if (size - pos < 2)
-                return false;
-            if (be(data + pos, 2) >= count)
-                return true;
-            payload = 2;
-            break;
-        case 8: payload = 2; break;
-        default: return false;
-        }
-        if (payload > size - pos)
-            return false;
-        pos += payload;
-        index += slots;
-    }
-    return false;
+void walkMember(const classfile::MemberInfo& member) {
+    fuzz::tolerateErrors([&] { member.name(); });
+    fuzz::tolerateErrors([&] { parseDescriptor(member.descriptor()); });
+    for (const auto& attribute : member.attributes)
+        FUZZ_EXPECT(attribute != nullptr);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static NullBuffer sink;
-    // The reader writes a diagnostic line before most errors; keep them off the fuzzer's output.
-    static const bool quiet = (std::cerr.rdbuf(&sink), true);
-    (void)quiet;
-    if (classEntryWouldEndProcess(data, size))
-        return 0;
+    fuzz::silenceDiagnostics();
     std::istringstream in(std::string(reinterpret_cast<const char*>(data), size));
-    try {
+    std::unique_ptr<classfile::ClassInfo> info;
+    fuzz::tolerateErrors([&] {
         classfile::ByteStream stream(in);
-        classfile::ClassInfo info(stream);
-        std::ostream out(&sink);
-        info.print(out);
-    } catch (const std::exception&) {
+        info = std::make_unique<classfile::ClassInfo>(stream);
+    });
+    if (!info)
+        return 0;
+
+    const ConstantPool& pool = *info->constant_pool;
+    FUZZ_EXPECT(pool.size() == info->constant_pool_count);
+    for (uint32_t i = 0; i < pool.size(); ++i) {
+        const classfile::ConstantPoolEntry* entry = pool.get(i);
+        if (!entry)
+            continue;
+        FUZZ_EXPECT(entry->index == i && entry->pool == &pool);
+        fuzz::tolerateErrors([&] { entry->getValue(); });
+        fuzz::tolerateErrors([&] { entry->toLiteral(); });
+        pool.displayValue(i);
     }
+    for (const auto& field : info->fields)
+        walkMember(*field);
+    for (const auto& method : info->methods)
+        walkMember(*method);
     return 0;
 }

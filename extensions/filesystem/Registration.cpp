@@ -4,14 +4,13 @@
 
 #include "FileSystemAdaptor.h"
 #include "kovx/ExtensionManager.h"
+#include "kovx/Plugin.h"
 
-#define KOV_PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
-
-KOV_PLUGIN_EXPORT void registerExtensionFactories(kovx::ExtensionManager* manager) {
+KOVX_PLUGIN_EXPORT void registerExtensionFactories(kovx::ExtensionManager* manager) {
     std::unique_ptr<fsadaptor::FileSystemAdaptorFactory> factory(
         new fsadaptor::FileSystemAdaptorFactory());
     manager->addFactory(factory.get());
     factory.release();
 }
 
-KOV_PLUGIN_EXPORT void unregisterExtensionFactories(kovx::ExtensionManager* /*manager*/) {}
+KOVX_PLUGIN_EXPORT void unregisterExtensionFactories(kovx::ExtensionManager* /*manager*/) {}

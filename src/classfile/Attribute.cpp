@@ -118,6 +118,9 @@ ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& 
     const uint32_t length = in.readU4();
     std::string_view name;
     const AttributeKind kind = resolveName(pool, nameIndex, name);
+    // Counted as if every attribute kept its own copy of a name that any number of them may
+    // share, so that what a file may ask of the reader does not depend on how names are held.
+    pool.countCopiedText(name.size(), "the attribute names");
     section.set("the \"", name.substr(0, MAX_NAME_SHOWN),
                 name.size() > MAX_NAME_SHOWN ? "...\" attribute at position "
                                              : "\" attribute at position ",

@@ -163,10 +163,19 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
     return entry.getValue();
 }
 
-std::string_view ConstantPool::textOtherThanUtf8(uint32_t index, const char* what,
-                                                  std::string& scratch) const {
+std::string_view ConstantPool::textOfOtherEntry(uint32_t index, const char* what,
+                                                std::string& scratch) const {
     scratch = valueAt(index, what);
     return scratch;
+}
+
+void ConstantPool::countCopiedText(size_t bytes, const char* what) {
+    if (bytes > MAX_COPIED_TEXT - mCopiedText)
+        failRead(std::string("too much text copied out of the constant pool for ") + what,
+                 formatText("Reading TKB failed: %s would copy more than %d MiB of text out of the "
+                            "constant pool; the file is damaged or hostile",
+                            what, MAX_COPIED_TEXT >> 20));
+    mCopiedText += bytes;
 }
 
 std::string ConstantPool::displayValue(uint32_t index) const {

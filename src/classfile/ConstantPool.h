@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <ostream>
@@ -22,6 +23,10 @@ class ConstantPool {
 public:
     /// The format's pool indices are 16-bit; the pool never grows past this many slots.
     static constexpr uint32_t MAX_SIZE = 0xFFFF;
+    /// Most text that one file may make the reader copy out of the pool into records of their own.
+    /// Records take a few bytes and may all name the same long text, so without a cap a small file
+    /// could fill the memory; real files copy a few kilobytes.
+    static constexpr size_t MAX_COPIED_TEXT = size_t{64} << 20;
 
     /// Reads entries until the pool holds count slots. owner may be null for a pool read on its
     /// own.
@@ -47,15 +52,23 @@ public:
     /// getValue of the entry at a checked index. Chains of references are followed only to a small
     /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
     std::string valueAt(uint32_t index, const char* what) const;
-    /// valueAt without a copy where none is needed: a Utf8 entry's own text, otherwise valueAt's
-    /// result, kept in scratch. Fails as valueAt does. (A Utf8 text refers to nothing, so it needs
-    /// no guard against reference cycles; textAt is never part of a chain of references.)
+    /// valueAt without a copy where none is needed: the own text of a Utf8 or Unicode entry,
+    /// otherwise valueAt's result, kept in scratch. Fails as valueAt does. (Utf8 and Unicode texts
+    /// refer to nothing, so they need no guard against reference cycles; textAt is never part of a
+    /// chain of references.)
     std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
         const ConstantPoolEntry* entry = get(index);
-        if (entry && entry->tag() == ConstantTag::Utf8)
-            return static_cast<const CPEUtf8*>(entry)->value;
-        return textOtherThanUtf8(index, what, scratch);
+        if (entry) {
+            if (entry->tag() == ConstantTag::Utf8)
+                return static_cast<const CPEUtf8*>(entry)->value;
+            if (entry->tag() == ConstantTag::Unicode)
+                return static_cast<const CPEUnicode*>(entry)->value;
+        }
+        return textOfOtherEntry(index, what, scratch);
     }
+    /// Counts bytes of pool text that a record keeps a copy of; raises a runtime error naming what
+    /// once the copies of this pool's file pass MAX_COPIED_TEXT.
+    void countCopiedText(size_t bytes, const char* what);
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
@@ -90,14 +103,15 @@ public:
     uint32_t thisClassIndex = 0;
 
 private:
-    std::string_view textOtherThanUtf8(uint32_t index, const char* what,
-                                       std::string& scratch) const;
+    std::string_view textOfOtherEntry(uint32_t index, const char* what,
+                                      std::string& scratch) const;
 
     mutable std::vector<std::shared_ptr<const ByteStream::Input>> mInputs;
     mutable Arena mArena;
     /// The entries that add took over; entries refers to them.
     std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
     mutable std::vector<uint8_t> mAttributeKinds;
+    size_t mCopiedText = 0;
 
     [[noreturn]] static void failWrongKind(uint32_t index, const char* what, ConstantTag found,
                                            ConstantTag wanted);

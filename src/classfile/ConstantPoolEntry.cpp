@@ -1,13 +1,13 @@
 #include "classfile/ConstantPoolEntry.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <typeinfo>
 
 #include <boost/lexical_cast.hpp>
 
+#include "classfile/CheckFailure.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
@@ -250,7 +250,7 @@ std::string CPEClass::getValue() const {
 void CPEClass::check() const {
     if (name_index >= owningPool().size()) {
         std::cerr << "nameIndex not in pool" << std::endl;
-        std::exit(1);
+        endProcessAfterFailedCheck();
     }
 }
 

@@ -103,7 +103,8 @@ public:
     explicit CPEUnicode(std::vector<uint8_t> bytes);
     explicit CPEUnicode(InputText text)
         : ConstantPoolEntry(TAG), bytes(text.text), value(text.text) {}
-    std::string getValue() const override { return std::string(value); }
+    /// Final: ConstantPool::textAt hands out value itself in its place.
+    std::string getValue() const final { return std::string(value); }
     void print(std::ostream& os) const override;
     bool equals(const ConstantPoolEntry& other) const override;
 

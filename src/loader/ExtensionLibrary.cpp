@@ -6,6 +6,7 @@
 
 #include "kovx/ExtensionManager.h"
 #include "kovx/Log.h"
+#include "loader/ElfCheck.h"
 
 namespace loader {
 
@@ -21,6 +22,12 @@ std::string lastLoaderError() {
 
 ExtensionLibrary::ExtensionLibrary(const std::string& path) : mPath(path) {
     try {
+        // Said the way the dynamic loader says it, "<path>: <reason>", so that both refusals read
+        // alike.
+        const std::string problem = elfHeaderProblem(mPath);
+        if (!problem.empty())
+            throw std::runtime_error("error while loading library '" + mPath + "': " + mPath +
+                                     ": " + problem);
         mHandle = dlopen(mPath.c_str(), RTLD_NOW);
         if (!mHandle)
             throw std::runtime_error("error while loading library '" + mPath +

@@ -12,7 +12,8 @@ namespace loader {
 /// looked up afresh on every call.
 class ExtensionLibrary {
 public:
-    /// Opens the library at path; a failure is logged and leaves the handle null, never thrown.
+    /// Opens the library at path, unless its ELF headers already show that it cannot be one of
+    /// this machine's libraries; a failure is logged and leaves the handle null, never thrown.
     explicit ExtensionLibrary(const std::string& path);
     virtual ~ExtensionLibrary();
 

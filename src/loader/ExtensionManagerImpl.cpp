@@ -1,5 +1,6 @@
 #include "loader/ExtensionManagerImpl.h"
 
+#include <chrono>
 #include <cwchar>
 #include <exception>
 #include <limits>
@@ -13,6 +14,7 @@
 #include "kovx/StatusException.h"
 #include "loader/BuiltinFactories.h"
 #include "loader/ExtensionLibrary.h"
+#include "loader/PluginProbe.h"
 #include "util/StringUtils.h"
 
 namespace fs = boost::filesystem;
@@ -25,9 +27,27 @@ const wchar_t* const ExtensionManagerImpl::FILE_SYSTEM_ADAPTOR_ID =
 namespace {
 
 const float LOWEST_MERIT = std::numeric_limits<float>::lowest();
+// Loading a library takes milliseconds; a probe that runs this long hangs.
+const std::chrono::seconds PROBE_TIMEOUT(10);
 
 std::string uriText(const kovx::URIPtr& uri) {
     return uri ? uri->str() : std::string();
+}
+
+// Probes the library in a helper process; false, after logging why, when it killed the helper.
+bool survivesProbe(const std::string& path) {
+    const ProbeResult probe = probePlugin(path, PROBE_TIMEOUT);
+    if (probe.outcome == ProbeResult::DIED) {
+        kovx::LogFormatterW(kov::LOG_WARNING, L"skipping plug-in '%s': its probe process %s") %
+            path % probe.detail;
+        return false;
+    }
+    // Not knowing is no reason to lose a good plug-in: it is loaded as without probing.
+    if (probe.outcome == ProbeResult::NOT_PROBED)
+        kovx::LogFormatterW(kov::LOG_WARNING,
+                            L"cannot probe plug-in '%s' (%s), loading it in-process") %
+            path % probe.detail;
+    return true;
 }
 
 } // namespace
@@ -60,6 +80,7 @@ ExtensionManagerImpl::~ExtensionManagerImpl() noexcept(false) {
     for (auto& entry : mLibraries)
         entry.second.reset();
     mLibraries.clear();
+    mFailedLibraries.clear();
     if (failure)
         std::rethrow_exception(failure);
 }
@@ -287,9 +308,14 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             path;
         return;
     }
+    // Outside the try: what the library throws may be an object of its own class, whose what()
+    // and destructor are its code. The library stays loaded until the handler is done with it.
+    boost::shared_ptr<ExtensionLibrary> library;
     try {
+        if (pluginProbingEnabled() && !survivesProbe(path))
+            return;
         std::wstring fileName = util::StringUtils::toUTF32FromUTF8(file.filename().string());
-        boost::shared_ptr<ExtensionLibrary> library(new ExtensionLibrary(path));
+        library.reset(new ExtensionLibrary(path));
         if (!library->getHandle())
             kovx::LogFormatterW(kov::LOG_WARNING, L"failed to load library %s") % fileName;
         else
@@ -308,6 +334,8 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             L"failed to load or register extensions from '%s' due to unknown exception.") %
             path;
     }
+    if (library && library->getHandle() && mLibraries.find(path) == mLibraries.end())
+        mFailedLibraries.push_back(library);
 }
 
 void ExtensionManagerImpl::logListing() const {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 
@@ -35,6 +36,8 @@ public:
     kovx::DecoderPtr createDecoder(const std::wstring& id) const override;
     kovx::StreamAdaptorPtr createStreamAdaptor(kovx::URIPtr uri) const override;
     void loadExtensions(const wchar_t* const* paths, size_t count) override;
+    /// With KOV_PROBE_PLUGINS=1, a helper process loads the library first, and a library that
+    /// kills it is skipped with a warning instead of being loaded here.
     void loadExtensionLibrary(const std::string& path) override;
 
 private:
@@ -49,6 +52,10 @@ private:
 
     LibraryMap mLibraries;
     FactoryMap mFactories;
+    // Libraries whose registration threw. They are not in the library map, so nobody asks them to
+    // unregister, but the factories they added before throwing are registered: their code stays
+    // loaded until those factories are deleted.
+    std::vector<boost::shared_ptr<ExtensionLibrary>> mFailedLibraries;
 };
 
 } // namespace loader

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
@@ -13,19 +13,8 @@
 
 namespace classfiletest {
 
-/// Collects everything written to std::cerr while it lives.
-class CerrCapture {
-public:
-    CerrCapture() : mOld(std::cerr.rdbuf(mBuffer.rdbuf())) {}
-    ~CerrCapture() { std::cerr.rdbuf(mOld); }
-    CerrCapture(const CerrCapture&) = delete;
-    CerrCapture& operator=(const CerrCapture&) = delete;
-    std::string text() const { return mBuffer.str(); }
-
-private:
-    std::ostringstream mBuffer;
-    std::streambuf* mOld;
-};
+using kovtest::CerrCapture;
+using kovtest::errorOf;
 
 inline std::unique_ptr<classfile::ClassInfo> readClass(const std::vector<uint8_t>& bytes) {
     std::istringstream in(std::string(bytes.begin(), bytes.end()));
@@ -47,16 +36,6 @@ template <typename T> std::string textOf(const T& object) {
     return out.str();
 }
 
-/// The message of the runtime error that body raises, or "" when it raises none.
-template <typename F> std::string errorOf(F body) {
-    try {
-        body();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "";
-}
-
 /// A class "Foo" (pool index 2) with nothing else.
 inline classwriter::ClassWriter minimalClass() {
     classwriter::ClassWriter writer;
@@ -64,8 +43,5 @@ inline classwriter::ClassWriter minimalClass() {
     writer.thisClass = writer.pool.classEntry(1);
     return writer;
 }
-
-/// A class that uses every entry kind, attribute kind and element value tag.
-classwriter::ClassWriter richClass();
 
 } // namespace classfiletest

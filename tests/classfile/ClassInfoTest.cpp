@@ -1,14 +1,98 @@
+// Reading and printing whole class files, and how reading them fails.
+#include <functional>
+#include <istream>
+#include <stdexcept>
+#include <streambuf>
+
 #include <gtest/gtest.h>
 
 #include "ClassFileTestSupport.h"
-#include "classfile/SimpleAttributes.h"
 
 using namespace classfile;
 using namespace classfiletest;
+namespace cw = classwriter;
 
 namespace {
 
-TEST(ClassInfoTest, VersionTestIsSignedOnTheMajorAlone) {
+// A class that uses every entry kind, attribute kind and element value tag.
+cw::ClassWriter richClass() {
+    using namespace classwriter;
+    ClassWriter w = minimalClass();
+    ConstantPoolBuilder& p = w.pool;
+    const uint16_t object = w.superClass = p.classNamed("java/lang/Object");
+    w.interfaces = {p.classNamed("com/velmor/Shape")};
+    const uint16_t code = p.utf8("Code");
+    const uint16_t lnt = p.utf8("LineNumberTable");
+    const uint16_t lvt = p.utf8("LocalVariableTable");
+    const uint16_t stack = p.utf8("StackMap");
+    const uint16_t visible = p.utf8("RuntimeVisibleAnnotations");
+    const uint16_t paramVisible = p.utf8("RuntimeVisibleParameterAnnotations");
+    const uint16_t number = p.integer(-7);
+    const uint16_t ratio = p.floating(0.5f);
+    const uint16_t big = p.longValue(1LL << 40);
+    const uint16_t height = p.doubleValue(2.25);
+    p.unicode({'u', 'n', 'i'});
+    const uint16_t text = p.stringOf("hello");
+    const uint16_t field = p.fieldrefOf("com/velmor/gc/Color", "RED", "Lcom/velmor/gc/Color;");
+    const uint16_t call = p.methodrefOf("com/velmor/gc/Builtins", "box", "(DD)V");
+    p.interfaceMethodref(object, p.nameAndTypeOf("area", "()D"));
+    const uint16_t marker = p.utf8("Lcom/velmor/gc/TKAAnnotations;");
+    const uint16_t valueName = p.utf8("value");
+    const uint16_t nameName = p.utf8("name");
+    const uint16_t rule = p.utf8("_$RULE");
+    const uint16_t desc = p.utf8("(D)V");
+    const uint16_t param = p.utf8("size");
+    const uint16_t dtype = p.utf8("D");
+
+    Annotation nested{marker, {{nameName, ElementValue::constant('s', rule)}}, {}};
+    Annotation top{marker, {}, {}};
+    top.pairs.push_back({valueName, ElementValue::array({ElementValue::annotation(nested)})});
+    for (char tag : std::string("BCISZ"))
+        top.pairs.push_back({nameName, ElementValue::constant(tag, number)});
+    top.pairs.push_back({nameName, ElementValue::constant('F', ratio)});
+    top.pairs.push_back({nameName, ElementValue::constant('D', height)});
+    top.pairs.push_back({nameName, ElementValue::constant('J', big)});
+    top.pairs.push_back({nameName, ElementValue::enumConstant(dtype, rule)});
+    top.pairs.push_back({nameName, ElementValue::classInfo(dtype)});
+
+    Code body;
+    body.maxStack = 4;
+    body.maxLocals = 3;
+    body.code = {0x12, static_cast<uint8_t>(text), 0xB2, 0x00, static_cast<uint8_t>(field),  0xB8,
+                 0x00, static_cast<uint8_t>(call), 0x14, 0x00, static_cast<uint8_t>(height), 0xB1};
+    body.exceptions = {{0, 4, 8, 0}, {1, 4, 9, object}};
+    body.attributes = {lineNumberTable(lnt, {{0, 10}, {8, 11}}),
+                       localVariableTable(lvt, {{0, 12, param, dtype, 0}}),
+                       stackMap(stack, {{0, {{1, 0}, {7, 2}, {8, 5}}, {{0, 0}}}})};
+
+    Member method;
+    method.accessFlags = 0x0009;
+    method.nameIndex = p.utf8("box");
+    method.descriptorIndex = desc;
+    method.attributes = {codeAttribute(code, body), annotations(visible, {top}),
+                         parameterAnnotations(paramVisible, {{nested}, {}}),
+                         parameterAnnotations(p.utf8("RuntimeInvisibleParameterAnnotations"),
+                                              {{}, {nested, nested}}),
+                         exceptions(p.utf8("Exceptions"), {object})};
+    w.methods.push_back(method);
+
+    Member constant;
+    constant.accessFlags = 0x0018;
+    constant.nameIndex = p.utf8("LIMIT");
+    constant.descriptorIndex = p.utf8("I");
+    constant.attributes = {constantValue(p.utf8("ConstantValue"), number),
+                           emptyAttribute(p.utf8("Synthetic"))};
+    w.fields.push_back(constant);
+
+    w.attributes = {sourceFile(p.utf8("SourceFile"), p.utf8("Foo.rules")),
+                    innerClasses(p.utf8("InnerClasses"), {{object, 2, 1, 0x0019}}),
+                    emptyAttribute(p.utf8("Deprecated")),
+                    rawAttribute(p.utf8("Signature"), {1, 2, 3}),
+                    annotations(p.utf8("RuntimeInvisibleAnnotations"), {nested})};
+    return w;
+}
+
+TEST(ClassInfoTest, HeaderChecksTheMagicAndTheMajorVersionAsSigned) {
     for (uint16_t major : {0, 50, 0x8000, 0xFFFF}) {
         classwriter::ClassWriter w = minimalClass();
         w.majorVersion = major;
@@ -20,31 +104,23 @@ TEST(ClassInfoTest, VersionTestIsSignedOnTheMajorAlone) {
     CerrCapture err;
     EXPECT_EQ("TKB file contains bytecode of version 51.0, not supported.",
               errorOf([&] { readClass(w.bytes()); }));
-    EXPECT_EQ("Unknown version51.0\n", err.text());
     w.majorVersion = 0x7FFF;
     w.minorVersion = 3;
     EXPECT_EQ("TKB file contains bytecode of version 32767.3, not supported.",
               errorOf([&] { readClass(w.bytes()); }));
-}
-
-TEST(ClassInfoTest, RefusesBadMagic) {
-    classwriter::ClassWriter w = minimalClass();
     w.magic = 0x0000BEEF;
-    CerrCapture err;
     EXPECT_EQ("TKB file contains invalid magic word '0x0000beef'",
               errorOf([&] { readClass(w.bytes()); }));
-    EXPECT_EQ("invalid magic: 0xbeef\n", err.text());
+    EXPECT_EQ("Unknown version51.0\nUnknown version32767.3\ninvalid magic: 0xbeef\n", err.text());
 }
 
 TEST(ClassInfoTest, ThisClassMustLieInsideThePoolOthersYieldNoEntry) {
     classwriter::ClassWriter w = minimalClass();
     w.thisClass = w.pool.count();
-    {
-        CerrCapture err;
-        EXPECT_EQ("Reading TKB failed (class index 3 not in pool (count 3)).",
-                  errorOf([&] { readClass(w.bytes()); }));
-        EXPECT_EQ("this_class_index not in pool: 3 >= 3\n", err.text());
-    }
+    CerrCapture err;
+    EXPECT_EQ("Reading TKB failed (class index 3 not in pool (count 3)).",
+              errorOf([&] { readClass(w.bytes()); }));
+    EXPECT_EQ("this_class_index not in pool: 3 >= 3\n", err.text());
     w.thisClass = 0;
     w.superClass = 500;
     w.interfaces = {2, 0, 9999};
@@ -58,78 +134,27 @@ TEST(ClassInfoTest, ThisClassMustLieInsideThePoolOthersYieldNoEntry) {
     EXPECT_EQ(nullptr, info->interfaces[2]);
 }
 
-TEST(ClassInfoTest, EmptyClassReadsCompletelyAndPrintsEmptyGroups) {
-    classwriter::ClassWriter w = minimalClass();
-    w.accessFlags = 0x0421; // public, synchronized, abstract
-    auto info = readClass(w.bytes());
+// The dumps of kov dump: every section, every entry, attribute and element value kind.
+TEST(ClassInfoTest, EmptyAndRichClassesPrintTheirGoldenTexts) {
+    classwriter::ClassWriter empty = minimalClass();
+    empty.accessFlags = 0x0421; // public, synchronized, abstract
+    auto info = readClass(empty.bytes());
     EXPECT_TRUE(info->allRead);
-    EXPECT_EQ(2u, info->constant_pool->thisClassIndex);
     EXPECT_EQ(info->constant_pool->get(2), info->this_class);
-    EXPECT_EQ("ClassFile {\n"
-              "  magic=cafebabe\n"
-              "minor_version: 0\n"
-              "major_version: 50\n"
-              "constant_pool_count= 3\n"
-              "constant_pool={\n"
-              "    [1]={tag=Utf8; value=\"Foo\"};\n"
-              "    [2]={tag=Class; name_index=1 [Foo]};\n"
-              "  };\n"
-              "access_flags=public synchronized abstract ;\n"
-              "  this_class={tag=Class; name_index=1 [Foo]};\n"
-              "  super_class=(none);\n"
-              "  interfaces_count=0;\n"
-              "  interfaces={\n"
-              "  };\n"
-              "  fields_count=0;\n"
-              "  fields={\n"
-              "  };\n"
-              "  methods_count=0;\n"
-              "  methods={\n"
-              "  };\n"
-              "  attributes_count=0;\n"
-              "  attributes={\n"
-              "  };\n"
-              "};",
-              textOf(*info));
-}
+    kovtest::expectGolden(KOVTEST_GOLDEN_DIR "/empty-class.txt", textOf(*info));
 
-TEST(ClassInfoTest, MarkerAttributesSetTheFlagsOfTheirRecord) {
-    classwriter::ClassWriter w = minimalClass();
-    const uint16_t synthetic = w.pool.utf8("Synthetic");
-    const uint16_t deprecated = w.pool.utf8("Deprecated");
-    const uint16_t constant = w.pool.utf8("ConstantValue");
-    const uint16_t name = w.pool.utf8("LIMIT");
-    const uint16_t descriptor = w.pool.utf8("I");
-    const uint16_t value = w.pool.integer(12);
-    w.fields.push_back(
-        {0x0018,
-         name,
-         descriptor,
-         {classwriter::constantValue(constant, value), classwriter::emptyAttribute(deprecated)},
-         {}});
-    w.methods.push_back({0x0001, name, descriptor, {classwriter::emptyAttribute(synthetic)}, {}});
-    w.attributes = {classwriter::emptyAttribute(deprecated),
-                    classwriter::emptyAttribute(synthetic)};
-    auto info = readClass(w.bytes());
-    const FieldInfo& field = *info->fields.at(0);
-    EXPECT_TRUE(field.hasConstantValue);
-    EXPECT_TRUE(field.isDeprecated);
-    EXPECT_FALSE(field.isSynthetic);
-    EXPECT_EQ("LIMIT", field.name());
-    EXPECT_EQ("I", field.descriptor());
-    const MethodInfo& method = *info->methods.at(0);
-    EXPECT_TRUE(method.isSynthetic);
-    EXPECT_FALSE(method.isDeprecated);
-    EXPECT_TRUE(info->isSynthetic);
-    EXPECT_TRUE(info->isDeprecated);
+    const classwriter::ClassWriter rich = richClass();
+    CerrCapture err;
+    info = readClass(rich.bytes());
+    EXPECT_TRUE(info->allRead);
+    EXPECT_EQ(rich.pool.count() + 1, info->constant_pool_count); // the StackMap's own name entry
+    kovtest::expectGolden(KOVTEST_GOLDEN_DIR "/rich-class.txt", textOf(*info));
 
-    // A field's text closes without a semicolon, a method's with one.
-    EXPECT_EQ("{\n      access_flags=static final ;\n      name_index=6 [LIMIT];\n"
-              "      descriptor_index=7 [I];\n      attributes_count=2;\n      attributes={\n"
-              "        [0]={name=ConstantValue; attribute_length=2, constant_value_index=8};\n"
-              "        [1]={name=Deprecated; attribute_length=0};\n      }\n    }",
-              textOf(field));
-    EXPECT_NE(std::string::npos, textOf(method).find("attribute_length=0};\n      };\n    }"));
+    // Class entries never compare equal, so even an interface displays as a class; each
+    // comparison with an interface entry leaves its warning.
+    CerrCapture comparisons;
+    EXPECT_EQ("Class com.velmor.Shape", info->interfaces.at(0)->toLiteral());
+    EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
 }
 
 TEST(ClassInfoTest, ClassEntryNamingOutsideThePoolEndsTheProcess) {
@@ -139,38 +164,105 @@ TEST(ClassInfoTest, ClassEntryNamingOutsideThePoolEndsTheProcess) {
     EXPECT_EXIT(readClass(bytes), ::testing::ExitedWithCode(1), "nameIndex not in pool");
 }
 
-TEST(ClassInfoTest, RichClassReadsAndPrintsEverySection) {
-    classwriter::ClassWriter w = richClass();
+TEST(TruncationTest, EveryCutOfARichFileFailsCleanly) {
+    const std::vector<uint8_t> bytes = richClass().bytes();
     CerrCapture err;
-    auto info = readClass(w.bytes());
-    EXPECT_EQ(w.pool.count() + 1, info->constant_pool_count); // the StackMap's own name entry
-    ASSERT_EQ(1u, info->methods.size());
-    EXPECT_EQ("box", info->methods[0]->name());
-    EXPECT_EQ(4u, info->methods[0]->attributes.size());
-    EXPECT_EQ(5u, info->attributes.size());
-    const std::string dump = textOf(*info);
-    for (const char* piece : {"super_class={tag=Class; name_index=3 [java/lang/Object]}",
-                              "    [0]={tag=Class; name_index=5 [com/velmor/Shape]};",
-                              "name=SourceFile; attribute_length=2; source_file_index=",
-                              "inner_class_access_flags=public static final ;\n",
-                              "name=Signature; attribute_length=3};", "\n  };\n};",
-                              "    [14]={tag=Float; value=0.5};\n",
-                              "; max_stack=4; max_locals=3; code_length=12; "
-                              "exception_table_length=1;\n          exceptions={\n",
-                              "\n          }\n          attributes_count=3          attributes={"
-                              "\n        [0]={name=LineNumberTable;",
-                              "; localVariableTableLength=1; localVariableTable={\n          [0]={\n"
-                              "            start_pc=0;\n",
-                              "; numberOfEntries=1; entries={\n          [0]={\n",
-                              "; num_annotations=1; annotations={\n          [0]={\ntype_index=38 ",
-                              "; number_of_classes=1;\n          classes={\n            [0]="})
-        EXPECT_NE(std::string::npos, dump.find(piece)) << piece;
+    for (size_t cut = 0; cut < bytes.size(); ++cut) {
+        const std::vector<uint8_t> prefix(bytes.begin(), bytes.begin() + cut);
+        const std::string message = errorOf([&] { readClass(prefix); });
+        EXPECT_EQ(0u, message.find("Reading TKB failed: unexpected end of file at offset " +
+                                   std::to_string(cut)))
+            << "cut at " << cut << ": " << message;
+    }
+}
 
-    // Class entries never compare equal, so even an interface displays as a class; each
-    // comparison with an interface entry leaves its warning.
-    CerrCapture comparisons;
-    EXPECT_EQ("Class com.velmor.Shape", info->interfaces.at(0)->toLiteral());
-    EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
+TEST(TruncationTest, MessagesSayWhatWasBeingRead) {
+    cw::ClassWriter w = minimalClass();
+    w.pool.utf8("long text");
+    const std::vector<uint8_t> bytes = w.bytes();
+    const auto cut = [&](size_t size) { readClass({bytes.begin(), bytes.begin() + size}); };
+    CerrCapture err;
+    const std::string failed = "Reading TKB failed: ", eof = "unexpected end of file at offset ";
+    const std::string inPool = eof + "24 while reading the constant pool entry at index 3";
+    EXPECT_EQ(failed + inPool, errorOf([&] { cut(24); }));
+    EXPECT_EQ(inPool + "\n", err.text());
+    EXPECT_EQ(failed + eof + "3 while reading the class file header", errorOf([&] { cut(3); }));
+    EXPECT_EQ(failed + eof + "32 while reading the class access flags and indices",
+              errorOf([&] { cut(32); }));
+}
+
+TEST(TruncationTest, HugeDeclaredSizesFailAtTheEndOfInput) {
+    cw::Code hugeCode;
+    hugeCode.codeLength = 0x7FFFFFFF;
+    const std::pair<std::function<void(cw::ClassWriter&)>, const char*> cases[] = {
+        {[&](cw::ClassWriter& w) {
+             w.attributes = {cw::codeAttribute(w.pool.utf8("Code"), hugeCode)};
+         },
+         "while reading the code bytes, in the \"Code\" attribute at position 0, in class "
+         "attribute 0"},
+        {[](cw::ClassWriter& w) {
+             w.attributes = {cw::rawAttribute(w.pool.utf8("Blob"), {1, 2}, 0x7FFFFFFF)};
+         },
+         "the \"Blob\" attribute"},
+        {[](cw::ClassWriter& w) { w.pool.raw(1, {0xFF, 0xFF, 'a'}); },
+         "constant pool entry at index 3"},
+        {[](cw::ClassWriter& w) { w.pool.raw(2, {0xFF, 0xFF, 0xFF, 0xFF}); },
+         "unexpected end of file"},
+        {[](cw::ClassWriter& w) { w.fieldsCount = 0xFFFF; }, "while reading field 0"},
+    };
+    CerrCapture err;
+    for (const auto& [declare, expected] : cases) {
+        cw::ClassWriter w = minimalClass();
+        declare(w);
+        const std::string error = errorOf([&] { readClass(w.bytes()); });
+        EXPECT_NE(std::string::npos, error.find(expected)) << error;
+    }
+}
+
+// Hands out the first limit bytes of data, then fails the way a broken device would.
+class FailingBuffer : public std::streambuf {
+public:
+    FailingBuffer(std::string data, size_t limit) : mData(std::move(data)), mLimit(limit) {}
+
+protected:
+    int_type underflow() override {
+        if (mGiven >= mLimit)
+            throw std::runtime_error("device failed");
+        char* at = &mData[mGiven];
+        setg(at, at, at + 1);
+        ++mGiven;
+        return traits_type::to_int_type(*at);
+    }
+
+private:
+    std::string mData;
+    size_t mLimit;
+    size_t mGiven = 0;
+};
+
+TEST(TruncationTest, AFailingStreamEndsTheInputWhereItFailed) {
+    const std::vector<uint8_t> bytes = minimalClass().bytes();
+    const std::string data(bytes.begin(), bytes.end());
+    CerrCapture err;
+    // Inside a four-byte read the message names where that read began, inside two-byte reads
+    // where input ended.
+    for (const auto& [limit, offset] : {std::pair<size_t, size_t>{2, 0}, {9, 9}, {12, 12}}) {
+        FailingBuffer buffer(data, limit);
+        std::istream in(&buffer);
+        const std::string message = errorOf([&] {
+            ByteStream stream(in);
+            ClassInfo info(stream);
+        });
+        EXPECT_EQ(0u, message.find("Reading TKB failed: unexpected end of file at offset " +
+                                   std::to_string(offset) + " "))
+            << limit << ": " << message;
+        EXPECT_TRUE(in.bad());
+    }
+    // A stream that asks for exceptions on bad gets the stream buffer's own.
+    FailingBuffer buffer(data, 5);
+    std::istream in(&buffer);
+    in.exceptions(std::ios_base::badbit);
+    EXPECT_EQ("device failed", errorOf([&] { ByteStream stream(in); }));
 }
 
 } // namespace

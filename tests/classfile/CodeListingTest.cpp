@@ -2,7 +2,6 @@
 
 #include "ClassFileTestSupport.h"
 #include "classfile/CodeListing.h"
-#include "classfile/OpcodeTable.h"
 
 using namespace classfile;
 using namespace classfiletest;
@@ -80,15 +79,10 @@ TEST_F(CodeListingTest, SwitchesAreAlignedFromTheCodeStart) {
 TEST_F(CodeListingTest, WideFormsAndOddMnemonics) {
     EXPECT_EQ(std::string(L) + "0: wide iload_w 300" + L + "4: wide iinc_w 2 -3" + L +
                   "10: xxxunusedxxx" + L + "11: anewarray class #1 <Integer 9>" + L +
-                  "14: rserved203" + L + "15: rserved253" + L + "16: impdep2",
-              listing({0xC4, 0x15, 0x01, 0x2C, 0xC4, 0x84, 0, 2, 0xFF, 0xFD, 0xBA, 0xBD, 0, 1, 203,
-                       253, 255}));
-    const OpcodeTable& table = OpcodeTable::instance();
-    EXPECT_EQ("breakpoint", table[202].mnemonic);
-    EXPECT_EQ("impdep1", table[254].mnemonic);
-    EXPECT_EQ(OPERANDS_NONE, table[186].kind);
-    EXPECT_EQ(OPERANDS_LOCAL_3, table[78].kind);
-    EXPECT_EQ(OPERANDS_POOL_U2, table[189].kind);
+                  "14: astore_3" + L + "15: breakpoint" + L + "16: rserved203" + L +
+                  "17: rserved253" + L + "18: impdep1" + L + "19: impdep2",
+              listing({0xC4, 0x15, 0x01, 0x2C, 0xC4, 0x84, 0, 2, 0xFF, 0xFD, 0xBA, 0xBD, 0, 1, 0x4E,
+                       202, 203, 253, 254, 255}));
 }
 
 TEST_F(CodeListingTest, OperandsPastTheEndStopTheListing) {

@@ -30,45 +30,19 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
     auto pool = readPool(b);
 
     ASSERT_EQ(15u, pool->size());
-    EXPECT_EQ(nullptr, pool->get(0));
-    EXPECT_EQ(nullptr, pool->get(5));
-    EXPECT_EQ(nullptr, pool->get(8));
-    EXPECT_EQ(nullptr, pool->get(15));
-    for (uint32_t i : {1u, 4u, 7u, 14u})
-        EXPECT_EQ(i, pool->get(i)->index);
-
-    EXPECT_EQ("Foo", pool->at(1, "t").getValue());
-    EXPECT_EQ("abc", pool->atAs<CPEUnicode>(2, "t").value);
-    EXPECT_EQ(-7, pool->atAs<CPEInteger>(3, "t").value);
-    EXPECT_EQ("-7", pool->get(3)->getValue());
+    for (uint32_t empty : {0u, 5u, 8u, 15u})
+        EXPECT_EQ(nullptr, pool->get(empty)) << empty;
+    // The entries' texts are in the rich class's golden text; the translation tests read the
+    // typed values of the entry kinds that it uses.
+    const std::pair<uint32_t, const char*> values[] = {
+        {1, "Foo"},         {2, "abc"},         {3, "-7"},           {4, "-9000000000"},
+        {6, "0.100000001"}, {7, "-2.5"},        {9, "Foo"},          {10, "Foo"},
+        {11, "FooFoo"},     {12, "Foo.FooFoo"}, {13, "Foo.FooFoo"}, {14, "Foo.FooFoo"}};
+    for (const auto& [index, value] : values) {
+        EXPECT_EQ(index, pool->get(index)->index);
+        EXPECT_EQ(value, pool->get(index)->getValue()) << index;
+    }
     EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
-    EXPECT_EQ("-9000000000", pool->get(4)->getValue());
-    EXPECT_EQ("0.100000001", pool->get(6)->getValue());
-    EXPECT_EQ(-2.5, pool->atAs<CPEDouble>(7, "t").value);
-    EXPECT_EQ("-2.5", pool->get(7)->getValue());
-    EXPECT_EQ("Foo", pool->get(9)->getValue());
-    EXPECT_EQ("Foo", pool->get(10)->getValue());
-    EXPECT_EQ("FooFoo", pool->get(11)->getValue());
-    EXPECT_EQ("Foo.FooFoo", pool->get(13)->getValue());
-    EXPECT_EQ(9, pool->atAs<CPEInterfaceMethodRef>(14, "t").classIndex);
-
-    EXPECT_EQ("{tag=Utf8; value=\"Foo\"}", textOf(*pool->get(1)));
-    EXPECT_EQ("abc[Unicode]", textOf(*pool->get(2)));
-    EXPECT_EQ("{tag=Integer; value=-7}", textOf(*pool->get(3)));
-    EXPECT_EQ("{tag=Long; value=-9000000000}", textOf(*pool->get(4)));
-    EXPECT_EQ("{tag=Double; value=-2.5}", textOf(*pool->get(7)));
-    EXPECT_EQ("{tag=Class; name_index=1 [Foo]}", textOf(*pool->get(9)));
-    EXPECT_EQ("{tag=String; string_index=1 [Foo]}", textOf(*pool->get(10)));
-    EXPECT_EQ("{tag=NameAndType; name_index=1; descriptor_index=1}", textOf(*pool->get(11)));
-    EXPECT_EQ("{tag=Field; classIndex=9; nameAndTypeIndex=11}", textOf(*pool->get(12)));
-    EXPECT_EQ("{tag=Method; classIndex=9; nameAndTypeIndex=11}", textOf(*pool->get(13)));
-    EXPECT_EQ("{tag=InterfaceMethodRef; classIndex=9; nameAndTypeIndex=11}",
-              textOf(*pool->get(14)));
-
-    // The listing skips the second slot of long and double entries.
-    const std::string listing = textOf(*pool);
-    EXPECT_NE(std::string::npos, listing.find("    [4]={tag=Long; value=-9000000000};\n    [6]="));
-    EXPECT_EQ(std::string::npos, listing.find("[5]"));
 }
 
 TEST(ConstantPoolTest, CountBelowTwoReadsNothingAndWideEntryMayEndThePool) {
@@ -97,12 +71,7 @@ TEST(ConstantPoolTest, UnknownTagIsReportedWithItsIndex) {
         b.longValue(1);
         b.raw(tag, {});
         CerrCapture err;
-        try {
-            readPool(b);
-            FAIL() << "tag " << int(tag) << " accepted";
-        } catch (const util::RuntimeErrorST& e) {
-            EXPECT_STREQ("Unknown tag", e.what());
-        }
+        EXPECT_EQ("Unknown tag", errorOf<util::RuntimeErrorST>([&] { readPool(b); }));
         EXPECT_EQ("Unknown tag @ 4:" + std::to_string(tag) + ":\n", err.text());
     }
 }
@@ -116,20 +85,16 @@ TEST(ConstantPoolTest, MemberReferencesCheckTheKindsTheyName) {
     b.fieldref(2, 2);    // 5: name-and-type index names a class
     b.methodref(2, 99);  // 6: outside the pool
     auto pool = readPool(b);
-    {
-        CerrCapture err;
-        EXPECT_EQ("Reading TKB error:  pool[1] != CPEClass",
-                  errorOf([&] { pool->get(4)->getValue(); }));
-        EXPECT_EQ("CPERef : pool[1] != CPEClass \n", err.text());
-    }
-    {
-        CerrCapture err;
-        EXPECT_EQ("Reading TKB error:  pool[2] !=  CPENameAndType",
-                  errorOf([&] { pool->get(5)->getValue(); }));
-        EXPECT_EQ("CPERef : pool[2] != CPENameAndType \n", err.text());
-        EXPECT_EQ("Reading TKB error:  pool[99] !=  CPENameAndType",
-                  errorOf([&] { pool->get(6)->getValue(); }));
-    }
+    CerrCapture err;
+    EXPECT_EQ("Reading TKB error:  pool[1] != CPEClass",
+              errorOf([&] { pool->get(4)->getValue(); }));
+    EXPECT_EQ("Reading TKB error:  pool[2] !=  CPENameAndType",
+              errorOf([&] { pool->get(5)->getValue(); }));
+    EXPECT_EQ("Reading TKB error:  pool[99] !=  CPENameAndType",
+              errorOf([&] { pool->get(6)->getValue(); }));
+    EXPECT_EQ("CPERef : pool[1] != CPEClass \nCPERef : pool[2] != CPENameAndType \n"
+              "CPERef : pool[99] != CPENameAndType \n",
+              err.text());
 }
 
 TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {
@@ -157,26 +122,7 @@ TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {
     EXPECT_EQ("{tag=String; string_index=40 [<index 40 outside the pool>]}", textOf(*pool->get(2)));
 }
 
-TEST(ConstantPoolTest, AddAlwaysAppendsAndWarnsOncePerSlot) {
-    classwriter::ConstantPoolBuilder b;
-    for (int i = 0; i < 9; ++i)
-        b.utf8("same");
-    auto pool = readPool(b);
-    ASSERT_EQ(10u, pool->size());
-    CerrCapture err;
-    EXPECT_EQ(10u, pool->add(std::make_unique<CPEUtf8>("same")));
-    EXPECT_EQ(11u, pool->size());
-    std::string nine;
-    for (int i = 0; i < 9; ++i)
-        nine += "operator== not implemented! always return false\n";
-    EXPECT_EQ(nine, err.text());
-    EXPECT_EQ(11u, pool->add(std::make_unique<CPEDouble>(1.0)));
-    EXPECT_EQ(13u, pool->size());
-    EXPECT_EQ(pool.get(), pool->get(11)->pool);
-    EXPECT_EQ(nullptr, pool->get(12));
-}
-
-TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqual) {
+TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqualAndAddNeverReuses) {
     classwriter::ConstantPoolBuilder b;
     b.utf8("A");       // 1
     b.utf8("A");       // 2
@@ -187,6 +133,7 @@ TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqual) {
     b.integer(4);      // 7
     b.integer(4);      // 8
     auto pool = readPool(b);
+    const std::string warning = "operator== not implemented! always return false\n";
     CerrCapture err;
     EXPECT_TRUE(*pool->get(1) == *pool->get(2));
     EXPECT_TRUE(*pool->get(7) == *pool->get(8));
@@ -194,9 +141,18 @@ TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqual) {
     EXPECT_EQ("", err.text());
     EXPECT_FALSE(*pool->get(3) == *pool->get(4));
     EXPECT_FALSE(*pool->get(5) == *pool->get(6));
-    EXPECT_EQ("operator== not implemented! always return false\n"
-              "operator== not implemented! always return false\n",
-              err.text());
+    EXPECT_EQ(warning + warning, err.text());
+
+    // add appends even an equal entry, and warns once for every slot it passes over.
+    EXPECT_EQ(9u, pool->add(std::make_unique<CPEUtf8>("A")));
+    EXPECT_EQ(10u, pool->add(std::make_unique<CPEDouble>(1.0)));
+    EXPECT_EQ(12u, pool->size());
+    EXPECT_EQ(pool.get(), pool->get(10)->pool);
+    EXPECT_EQ(nullptr, pool->get(11));
+    std::string warnings;
+    for (int i = 0; i < 2 + 8 + 9; ++i)
+        warnings += warning;
+    EXPECT_EQ(warnings, err.text());
 }
 
 TEST(ConstantPoolTest, ParsesFieldTypeDescriptors) {
@@ -219,24 +175,19 @@ TEST(ConstantPoolTest, ParsesFieldTypeDescriptors) {
 
 TEST(ConstantPoolTest, DisplayFormsForCodeListings) {
     classwriter::ConstantPoolBuilder b;
-    b.integer(3);                             // 1
-    b.stringOf("hi");                         // 2, 3
-    b.classNamed("[[Lcom/velmor/Box$Inner;"); // 4, 5
+    b.classNamed("[[Lcom/velmor/Box$Inner;"); // 1, 2
     const uint16_t method =
         b.methodrefOf("com/velmor/gc/Builtins", "box", "(I[DLjava/lang/String;)V");
-    const uint16_t field = b.fieldrefOf("com/velmor/gc/Color", "RED", "I");
-    b.floating(std::numeric_limits<float>::infinity());
+    const uint16_t infinity = b.floating(std::numeric_limits<float>::infinity());
     b.doubleValue(-std::numeric_limits<double>::infinity());
     auto pool = readPool(b);
-    EXPECT_EQ("Integer 3", pool->get(1)->toLiteral());
-    EXPECT_EQ("\"hi\"", pool->get(3)->toLiteral());
-    EXPECT_EQ("Class Lcom.velmor.Box.Inner;[][]", pool->get(5)->toLiteral());
+    // The listing tests and the golden dump show integer, string and field reference forms.
+    EXPECT_EQ("Class Lcom.velmor.Box.Inner;[][]", pool->get(2)->toLiteral());
+    EXPECT_EQ("", pool->get(1)->toLiteral());
     EXPECT_EQ("Method void com.velmor.gc.Builtins.box(int, [D, java.lang.String)",
               pool->get(method)->toLiteral());
-    EXPECT_EQ("", pool->get(field)->toLiteral());
-    EXPECT_EQ("", pool->get(4)->toLiteral());
-    EXPECT_EQ("infinity", pool->get(field + 1)->getValue());
-    EXPECT_EQ("Double -infinity", pool->get(field + 2)->toLiteral());
+    EXPECT_EQ("infinity", pool->get(infinity)->getValue());
+    EXPECT_EQ("Double -infinity", pool->get(infinity + 1)->toLiteral());
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The manager's choices and failures, with factories that live in the test itself.
 #include <cwchar>
 #include <functional>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "TestSupport.h"
 #include "kovx/StatusException.h"
 #include "loader/ExtensionManagerImpl.h"
 
@@ -121,10 +123,6 @@ private:
     bool mMakeDecoder;
 };
 
-kovx::URIPtr uri(const std::string& text) {
-    return kovx::URIPtr(new kovx::URI(text));
-}
-
 kov::Status statusOf(const std::function<void()>& call) {
     try {
         call();
@@ -134,20 +132,14 @@ kov::Status statusOf(const std::function<void()>& call) {
     return kov::STATUS_OK;
 }
 
-template <typename E> std::string errorOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "(nothing thrown)";
-}
-
 std::wstring madeBy(const boost::shared_ptr<kovx::Extension>& extension) {
     return dynamic_cast<const Counted&>(*extension).madeBy;
 }
 
 } // namespace
+
+using kovtest::errorOf;
+using kovtest::uri;
 
 TEST(ExtensionManagerTest, MatchingDecoderHasTheBestMeritThenTheFirstIdInCodeUnitOrder) {
     loader::ExtensionManagerImpl manager;
@@ -176,24 +168,23 @@ TEST(ExtensionManagerTest, CreationFailuresRaiseTheirStatusCodesAndLog) {
     manager.addFactory(new FakeDecoderFactory(L"null.dec", 5.0f, true, kov::CT_RULEFILE, true));
     manager.addFactory(new FakeAdaptorFactory(L"some.adaptor", 1.0f, {"x"}));
 
-    EXPECT_EQ(statusOf([&] { manager.createDecoder(L"nope"); }), kov::STATUS_ENCODER_NOT_AVAILABLE);
-    EXPECT_EQ(statusOf([&] { manager.createDecoder(L"null.dec"); }),
-              kov::STATUS_DECODER_NOT_AVAILABLE);
-    EXPECT_EQ(statusOf([&] { manager.createMatchingDecoder(kov::CT_RULEFILE, uri("a.tkb")); }),
-              kov::STATUS_DECODER_NOT_AVAILABLE);
-    // An adaptor is no decoder: it is deleted again and the creation fails.
-    EXPECT_EQ(statusOf([&] { manager.createDecoder(L"some.adaptor"); }),
-              kov::STATUS_DECODER_NOT_AVAILABLE);
+    // An adaptor is no decoder: it is deleted again. The info operations swap the codes for an
+    // unknown id.
+    const kov::Status decoder = kov::STATUS_DECODER_NOT_AVAILABLE;
+    const kov::Status encoder = kov::STATUS_ENCODER_NOT_AVAILABLE;
+    const std::pair<std::function<void()>, kov::Status> failures[] = {
+        {[&] { manager.createDecoder(L"nope"); }, encoder},
+        {[&] { manager.createDecoder(L"null.dec"); }, decoder},
+        {[&] { manager.createMatchingDecoder(kov::CT_RULEFILE, uri("a.tkb")); }, decoder},
+        {[&] { manager.createDecoder(L"some.adaptor"); }, decoder},
+        {[&] { manager.createDecoderInfo(L"nope"); }, decoder},
+        {[&] { manager.createEncoderInfo(L"nope"); }, encoder},
+        {[&] { manager.createEncoder(L"nope", nullptr, nullptr); }, encoder},
+    };
+    for (size_t i = 0; i < std::size(failures); ++i)
+        EXPECT_EQ(statusOf(failures[i].first), failures[i].second) << i;
     EXPECT_EQ(liveExtensions, 0);
-
-    // The info operations swap the codes for an unknown id.
-    EXPECT_EQ(statusOf([&] { manager.createDecoderInfo(L"nope"); }),
-              kov::STATUS_DECODER_NOT_AVAILABLE);
-    EXPECT_EQ(statusOf([&] { manager.createEncoderInfo(L"nope"); }),
-              kov::STATUS_ENCODER_NOT_AVAILABLE);
     EXPECT_EQ(manager.createDecoderInfo(L"null.dec")->id, L"null.dec");
-    EXPECT_EQ(statusOf([&] { manager.createEncoder(L"nope", nullptr, nullptr); }),
-              kov::STATUS_ENCODER_NOT_AVAILABLE);
 
     std::vector<std::string> expected = {
         "Unknown decoder id 'nope'.", "Creating decoder 'null.dec' failed!",

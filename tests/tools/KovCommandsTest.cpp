@@ -265,3 +265,39 @@ TEST(KovCommandsTest, DumpIsTheClassModelWithItsCode) {
     EXPECT_TRUE(contains(run.out, "<Method void com.velmor.gc.Builtins.extrude(double)>"));
     EXPECT_EQ(run.out.substr(run.out.size() - 4), "\n};\n");
 }
+
+TEST(KovCommandsTest, SeveralFilesAndStandardInput) {
+    const std::string minimal = example("minimal.tkb");
+    const std::string building = example("building.tkb");
+    const std::string minimalXml = runKov({"xml", minimal}).out;
+    const std::string buildingXml = runKov({"xml", building}).out;
+
+    // Standard input decodes like the file it holds, through every way of reading one.
+    const std::string buildingBytes = kovtest::readFile(building);
+    const kovtest::ProcessResult piped =
+        kovtest::runProgramWithInput(KOVTEST_KOV, {"xml", "-"}, buildingBytes);
+    EXPECT_EQ(piped.status, 0) << piped.err;
+    EXPECT_EQ(piped.out, buildingXml);
+    EXPECT_EQ(kovtest::runProgramWithInput(KOVTEST_KOV, {"info", "-"}, buildingBytes)
+                  .out.rfind("Rule file -: 12 attributes", 0),
+              0u);
+    EXPECT_EQ(kovtest::runProgramWithInput(KOVTEST_KOV, {"dump", "-"}, buildingBytes).out,
+              runKov({"dump", building}).out);
+
+    // Several files: each after its header, in order, standard input among them.
+    const kovtest::ProcessResult several = kovtest::runProgramWithInput(
+        KOVTEST_KOV, {"xml", minimal, "-", building}, kovtest::readFile(minimal));
+    EXPECT_EQ(several.status, 0) << several.err;
+    EXPECT_EQ(several.out, "==> " + minimal + " <==\n" + minimalXml +
+                               "\n==> standard input <==\n" + minimalXml + "\n==> " + building +
+                               " <==\n" + buildingXml);
+
+    // A failing file is named and skipped; the command's flags hold for every file.
+    const std::string missing = "/nonexistent/missing.tkb";
+    const kovtest::ProcessResult failing = runKov({"constants", "--json", missing, minimal});
+    EXPECT_EQ(failing.status, 1);
+    EXPECT_EQ(failing.err, "kov: " + missing + ": cannot open '" + missing +
+                               "': No such file or directory\n");
+    EXPECT_EQ(failing.out, "==> " + missing + " <==\n\n==> " + minimal + " <==\n" +
+                               runKov({"constants", "--json", minimal}).out);
+}

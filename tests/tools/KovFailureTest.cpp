@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "KovTestSupport.h"
+#include "kov/Version.h"
 
 using kovtest::contains;
 using kovtest::example;
@@ -138,8 +139,8 @@ TEST(KovFailureTest, UsageHelpAndCommandLineMistakes) {
     EXPECT_EQ(none.status, 1);
     EXPECT_TRUE(none.out.empty());
     EXPECT_EQ(none.err.rfind("Usage: kov", 0), 0u);
-    for (const char* command : {"info FILE", "xml FILE", "json FILE", "dump FILE",
-                                "constants [--json] FILE", "extensions", "help [COMMAND]"})
+    for (const char* command : {"info FILE...", "xml FILE...", "json FILE...", "dump FILE...",
+                                "constants [--json] FILE...", "extensions", "help [COMMAND]"})
         EXPECT_TRUE(contains(none.err, "\n  " + std::string(command) + " ")) << command;
 
     const ProcessResult overall = runKov({"help"});
@@ -149,16 +150,20 @@ TEST(KovFailureTest, UsageHelpAndCommandLineMistakes) {
 
     const ProcessResult help = runKov({"help", "constants"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_EQ(help.out.rfind("Usage: kov [-p PATH]... constants [--json] FILE\n", 0), 0u);
+    EXPECT_EQ(help.out.rfind("Usage: kov [-p PATH]... constants [--json] FILE...\n", 0), 0u);
     EXPECT_TRUE(contains(help.out, "--json"));
     EXPECT_EQ(runKov({"constants", "--help"}).out, help.out);
     EXPECT_EQ(runKov({"--help", "constants"}).out, help.out);
-    EXPECT_TRUE(contains(runKov({"info", "--help"}).out, "Usage: kov [-p PATH]... info FILE\n"));
+    EXPECT_TRUE(contains(runKov({"info", "--help"}).out, "Usage: kov [-p PATH]... info FILE...\n"));
+
+    const ProcessResult version = runKov({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "kov " KOV_VERSION_STRING "\n");
+    EXPECT_EQ(runKov({"info", "--version"}).out, version.out);
 
     const ProcessResult noFile = runKov({"info"});
     EXPECT_EQ(noFile.status, 1);
-    EXPECT_EQ(noFile.err, "kov: usage: kov info FILE\nTry 'kov --help'.\n");
-    EXPECT_EQ(runKov({"info", example("minimal.tkb"), example("minimal.tkb")}).status, 1);
+    EXPECT_EQ(noFile.err, "kov: usage: kov info FILE...\nTry 'kov --help'.\n");
     // --json belongs to constants only.
     const ProcessResult flag = runKov({"info", "--json", example("minimal.tkb")});
     EXPECT_EQ(flag.status, 1);

@@ -27,10 +27,16 @@ void writeFile(const std::string& path, const std::string& bytes) {
     EXPECT_TRUE(out.good()) << "cannot write " << path;
 }
 
-ProcessResult runProgram(const std::string& program, const std::vector<std::string>& args) {
+namespace {
+
+ProcessResult run(const std::string& program, const std::vector<std::string>& args,
+                  const std::string* input) {
     const std::string base = testing::TempDir() + "kov-run-" + std::to_string(getpid());
+    const std::string inPath = base + ".in";
     const std::string outPath = base + ".out";
     const std::string errPath = base + ".err";
+    if (input)
+        writeFile(inPath, *input);
 
     std::vector<char*> argv{const_cast<char*>(program.c_str())};
     for (const std::string& arg : args)
@@ -39,6 +45,8 @@ ProcessResult runProgram(const std::string& program, const std::vector<std::stri
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    if (input)
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, inPath.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(),
                                      O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
@@ -50,6 +58,7 @@ ProcessResult runProgram(const std::string& program, const std::vector<std::stri
     ProcessResult result;
     if (spawned != 0) {
         ADD_FAILURE() << "cannot start " << program;
+        std::remove(inPath.c_str());
         return result;
     }
     int status = 0;
@@ -60,9 +69,21 @@ ProcessResult runProgram(const std::string& program, const std::vector<std::stri
     result.status = waited == pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.out = readFile(outPath);
     result.err = readFile(errPath);
+    std::remove(inPath.c_str());
     std::remove(outPath.c_str());
     std::remove(errPath.c_str());
     return result;
+}
+
+} // namespace
+
+ProcessResult runProgram(const std::string& program, const std::vector<std::string>& args) {
+    return run(program, args, nullptr);
+}
+
+ProcessResult runProgramWithInput(const std::string& program, const std::vector<std::string>& args,
+                                  const std::string& input) {
+    return run(program, args, &input);
 }
 
 } // namespace kovtest

@@ -15,6 +15,9 @@ struct ProcessResult {
 /// Runs program with args (no shell) and waits for it; its standard output and error are captured
 /// through files in the test's temporary directory. Fails the current test when it cannot start.
 ProcessResult runProgram(const std::string& program, const std::vector<std::string>& args);
+/// The same with input as the program's standard input.
+ProcessResult runProgramWithInput(const std::string& program, const std::vector<std::string>& args,
+                                  const std::string& input);
 
 /// The whole content of a file; empty when it cannot be read.
 std::string readFile(const std::string& path);

@@ -169,6 +169,12 @@ uint16_t RuleFileBuilder::utf8(const std::string& text) {
     return it->second;
 }
 
+uint16_t RuleFileBuilder::unicode(const std::string& text) {
+    const uint16_t index = mWriter.pool.unicode(std::vector<uint8_t>(text.begin(), text.end()));
+    mUtf8[text] = index;
+    return index;
+}
+
 uint16_t RuleFileBuilder::classNamed(const std::string& name) {
     const uint16_t nameIndex = utf8(name);
     auto it = mClasses.find(nameIndex);

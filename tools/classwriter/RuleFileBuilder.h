@@ -94,6 +94,9 @@ class RuleFileBuilder {
 
     // Shared pool entries.
     uint16_t utf8(const std::string& text);
+    /// A tag-2 (Unicode) entry holding text, which from then on backs every use of text that asks
+    /// for a Utf8 entry: names, descriptors, strings and annotation texts alike.
+    uint16_t unicode(const std::string& text);
     uint16_t classNamed(const std::string& name);
     uint16_t string(const std::string& text);
     uint16_t integer(int32_t value);

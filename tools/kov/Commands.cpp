@@ -1,6 +1,9 @@
 #include "Commands.h"
 
+#include <algorithm>
+
 #include "Host.h"
+#include "RuleFileSource.h"
 
 namespace kovhost {
 
@@ -46,21 +49,36 @@ const char* const EXTENSIONS_DETAILS =
     "Prints the listing of the extensions that were loaded from the default extension directory\n"
     "and from every -p PATH, with their merit and description.";
 
+const size_t ANY = static_cast<size_t>(-1);
+
+void report(std::ostream& out, std::ostream& err, const std::string& file, const char* reason) {
+    out.flush();
+    err << "kov: " << (file.empty() ? "" : file + ": ") << reason << "\n";
+}
+
 } // namespace
+
+const char* const FILES_NOTE =
+    "FILE is a path, a file: URI, a URI of a scheme that an extension's stream adaptor serves,\n"
+    "or - for standard input. Given several files, a command handles each in turn and prints\n"
+    "\"==> FILE <==\" before each one's output (\"standard input\" for -); a file that fails is\n"
+    "reported on standard error as \"kov: FILE: reason\", the others are still handled, and the\n"
+    "exit status is 1.";
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> all = {
-        {"info", "FILE", "summarise a rule file's attributes, rules and annotations", INFO_DETAILS,
-         {}, 1, 1, &printInfo},
-        {"xml", "FILE", "print the rule file info as XML", XML_DETAILS, {}, 1, 1, &printXml},
-        {"json", "FILE", "print the rule file info as JSON", JSON_DETAILS, {}, 1, 1,
+        {"info", "FILE...", "summarise a rule file's attributes, rules and annotations",
+         INFO_DETAILS, {}, 1, ANY, true, &printInfo},
+        {"xml", "FILE...", "print the rule file info as XML", XML_DETAILS, {}, 1, ANY, true,
+         &printXml},
+        {"json", "FILE...", "print the rule file info as JSON", JSON_DETAILS, {}, 1, ANY, true,
          &printInfoJson},
-        {"dump", "FILE", "print the class model of a rule file with its code", DUMP_DETAILS, {}, 1,
-         1, &printDump},
-        {"constants", "[--json] FILE", "print the translated rule program", CONSTANTS_DETAILS,
-         {{"json", "print one JSON object instead of text"}}, 1, 1, &printConstants},
+        {"dump", "FILE...", "print the class model of a rule file with its code", DUMP_DETAILS,
+         {}, 1, ANY, true, &printDump},
+        {"constants", "[--json] FILE...", "print the translated rule program", CONSTANTS_DETAILS,
+         {{"json", "print one JSON object instead of text"}}, 1, ANY, true, &printConstants},
         {"extensions", "", "list the extensions that were loaded, with merit and description",
-         EXTENSIONS_DETAILS, {}, 0, 0, &listExtensions},
+         EXTENSIONS_DETAILS, {}, 0, 0, false, &listExtensions},
     };
     return all;
 }
@@ -77,11 +95,39 @@ void Command::checkArguments(const std::vector<std::string>& args) const {
 void Command::printHelp(std::ostream& out) const {
     out << "Usage: kov [-p PATH]... " << name << (*arguments ? " " : "") << arguments << "\n\n"
         << details << "\n";
+    if (onFiles)
+        out << "\n" << FILES_NOTE << "\n";
     if (!flags.empty()) {
         out << "\nOptions:\n";
         for (const Flag& flag : flags)
             out << "  --" << flag.name << "  " << flag.description << "\n";
     }
+}
+
+int Command::execute(Host& host, const Invocation& invocation, std::ostream& out,
+                     std::ostream& err) const {
+    if (!onFiles)
+        return run(host, invocation, out);
+    const bool several = invocation.args.size() > 1;
+    int status = 0;
+    for (size_t i = 0; i < invocation.args.size(); ++i) {
+        const std::string& file = invocation.args[i];
+        if (several)
+            out << (i > 0 ? "\n" : "") << "==> " << displayName(file) << " <==\n";
+        // Keeps the header before whatever the libraries write to standard error.
+        out.flush();
+        const std::string label = several ? displayName(file) : std::string();
+        try {
+            status = std::max(status, run(host, Invocation{{file}, invocation.flags}, out));
+        } catch (const std::exception& e) {
+            report(out, err, label, e.what());
+            status = 1;
+        } catch (...) {
+            report(out, err, label, "unknown failure");
+            status = 1;
+        }
+    }
+    return status;
 }
 
 const Command* findCommand(const std::string& name) {

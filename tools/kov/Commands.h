@@ -33,22 +33,31 @@ struct Flag {
 
 /// One command of the host. run gets the host with its extensions loaded and the invocation
 /// (arguments already checked against minArgs and maxArgs), writes its result to out and returns
-/// the exit status.
+/// the exit status. A command on files gets one file at a time.
 struct Command {
     const char* name;
-    const char* arguments; ///< as the usage text shows them, e.g. "FILE"
+    const char* arguments; ///< as the usage text shows them, e.g. "FILE..."
     const char* summary;
     const char* details; ///< the text of 'kov help <name>'
     std::vector<Flag> flags;
     size_t minArgs;
     size_t maxArgs;
+    bool onFiles; ///< the arguments are files, handled each in turn
     int (*run)(Host& host, const Invocation& invocation, std::ostream& out);
 
     /// Throws UsageError when args do not fit the command.
     void checkArguments(const std::vector<std::string>& args) const;
     /// The usage line, the details and the flags.
     void printHelp(std::ostream& out) const;
+    /// Runs the command. On files: once per file, after a "==> FILE <==" line when there are
+    /// several; a file that fails is reported on err and the others are still handled. Returns
+    /// 1 when any file failed.
+    int execute(Host& host, const Invocation& invocation, std::ostream& out,
+                std::ostream& err) const;
 };
+
+/// What FILE may be and how several are handled, for the help texts.
+extern const char* const FILES_NOTE;
 
 /// Every command, in the order the usage text lists them.
 const std::vector<Command>& commands();

@@ -54,7 +54,7 @@ Host::~Host() {
 
 std::string Host::defaultLibraryDir() {
     std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe");
-    return (exe.parent_path() / ".." / "lib").lexically_normal().string();
+    return (exe.parent_path() / KOV_BINDIR_TO_LIBDIR).lexically_normal().string();
 }
 
 void Host::loadExtensions(const std::vector<std::string>& paths) {

@@ -23,7 +23,8 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    /// <directory of this executable>/../lib
+    /// The library directory relative to this executable: <its directory>/../lib in the build
+    /// tree and in an install.
     static std::string defaultLibraryDir();
 
     /// Registers the built-in factories and loads the plug-ins found on paths.

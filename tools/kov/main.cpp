@@ -1,5 +1,6 @@
 // kov: a command-line host for the loader library. It loads the library and its extensions as
 // the runtime's core does, then runs one command.
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 
 #include "Commands.h"
 #include "Host.h"
+#include "kov/Version.h"
 
 namespace po = boost::program_options;
 
@@ -19,9 +21,10 @@ void printUsage(std::ostream& out, const po::options_description& options) {
     out << "Usage: kov [options] <command> [arguments]\n\n"
            "Loads the loader library and the extensions in its default extension directory\n"
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
-           "the command. FILE is a path or a file: URI.\n\nCommands:\n";
+           "the command.\n\n"
+        << kovhost::FILES_NOTE << "\n\nCommands:\n";
     auto line = [&out](const std::string& head, const char* summary) {
-        out << "  " << head << std::string(head.size() < 26 ? 26 - head.size() : 1, ' ') << summary
+        out << "  " << head << std::string(head.size() < 28 ? 28 - head.size() : 1, ' ') << summary
             << "\n";
     };
     for (const kovhost::Command& command : kovhost::commands())
@@ -88,7 +91,7 @@ int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invo
         host.loadExtensions(paths);
         // Everything the command took from the libraries is released when it returns, before
         // the host unloads them.
-        return command.run(host, invocation, std::cout);
+        return command.execute(host, invocation, std::cout, std::cerr);
     } catch (const std::exception& e) {
         // The exception's class may live in a plug-in, which goes with the manager: keep only
         // its text.
@@ -101,8 +104,10 @@ int runWithHost(const kovhost::Command& command, const kovhost::Invocation& invo
 int run(int argc, char** argv) {
     po::options_description options("Options");
     options.add_options()("help,h", "show this help, or the command's, and exit")(
+        "version", "print kov's version and exit")(
         "plugin-path,p", po::value<std::vector<std::string>>()->value_name("PATH"),
-        "also load extensions from PATH, a directory or a .so file (repeatable)");
+        "also load extensions from PATH, a directory or a .so file (repeatable)")(
+        "probe-plugins", "try every plug-in in a helper process first and skip those that kill it");
     po::options_description positionals;
     positionals.add_options()("command", po::value<std::string>())(
         "args", po::value<std::vector<std::string>>());
@@ -121,6 +126,10 @@ int run(int argc, char** argv) {
     po::store(parsed, vm);
     po::notify(vm);
 
+    if (vm.count("version")) {
+        std::cout << "kov " KOV_VERSION_STRING "\n";
+        return 0;
+    }
     const bool help = vm.count("help") != 0;
     if (!vm.count("command")) {
         printUsage(help ? std::cout : std::cerr, options);
@@ -152,6 +161,9 @@ int run(int argc, char** argv) {
         for (const std::string& path : vm["plugin-path"].as<std::vector<std::string>>())
             paths.push_back(path);
     }
+    // The extension manager reads this when it loads the plug-ins.
+    if (vm.count("probe-plugins"))
+        setenv("KOV_PROBE_PLUGINS", "1", 1);
     return runWithHost(command, invocation, paths);
 }
 

@@ -1,40 +1,46 @@
 #include "codecs/tkb/BuiltinTables.h"
 
 #include <cstring>
+#include <memory>
 
 namespace tkb {
 
 namespace {
 
-// Plain pointers, set on first use and never freed: the maps live as long as the library, and
-// leaving out a destructor avoids an exit-time ordering problem with decodes still referring to
-// them. The pointer is stored before the map is filled.
-BuiltinIndexMap* builtinIndexMap = nullptr;
-EnumValueMap* enumValueMap = nullptr;
-
-} // namespace
-
-BuiltinIndexMap* getBuiltinIndexMap() {
-    if (builtinIndexMap != nullptr)
-        return builtinIndexMap;
-    builtinIndexMap = new BuiltinIndexMap(INITIAL_BUCKETS);
-    builtinIndexMap->max_load_factor(1.0f);
+BuiltinIndexMap* buildBuiltinIndexMap() {
+    auto map = std::make_unique<BuiltinIndexMap>(INITIAL_BUCKETS);
+    map->max_load_factor(1.0f);
     for (std::size_t i = 0; i < BUILTIN_FUNCTIONS_COUNT; ++i) {
         const BuiltinFunction& row = BUILTIN_FUNCTIONS[i];
         std::string key(row.name);
         key += row.descriptor;
-        (*builtinIndexMap)[key] = static_cast<int32_t>(i);
+        (*map)[key] = static_cast<int32_t>(i);
     }
-    return builtinIndexMap;
+    return map.release();
+}
+
+EnumValueMap* buildEnumValueMap() {
+    auto map = std::make_unique<EnumValueMap>(INITIAL_BUCKETS);
+    map->max_load_factor(1.0f);
+    fillEnumValueMap(*map);
+    return map.release();
+}
+
+} // namespace
+
+// Each map is built once, under the initialisation guard of a function-local static, so that the
+// first decodes may run on several threads. Never freed: the maps live as long as the library,
+// and leaving out a destructor avoids an exit-time ordering problem with decodes still referring
+// to them.
+
+BuiltinIndexMap* getBuiltinIndexMap() {
+    static BuiltinIndexMap* const map = buildBuiltinIndexMap();
+    return map;
 }
 
 EnumValueMap* getEnumValueMap() {
-    if (enumValueMap != nullptr)
-        return enumValueMap;
-    enumValueMap = new EnumValueMap(INITIAL_BUCKETS);
-    enumValueMap->max_load_factor(1.0f);
-    fillEnumValueMap(*enumValueMap);
-    return enumValueMap;
+    static EnumValueMap* const map = buildEnumValueMap();
+    return map;
 }
 
 void fillEnumValueMap(EnumValueMap& map) {

@@ -46,11 +46,11 @@ using EnumValueMap = std::unordered_map<std::string, EnumMemberMap>;
 constexpr std::size_t INITIAL_BUCKETS = 16;
 
 /// The process-wide builtin index map, built on the first call and never freed. Never null.
-/// The first call is not synchronised: make it before lookups run on several threads.
+/// Any number of threads may call it at once, the first call included.
 BuiltinIndexMap* getBuiltinIndexMap();
 
 /// The process-wide enumeration value map, built on the first call and never freed. Never null.
-/// The first call is not synchronised: make it before lookups run on several threads.
+/// Any number of threads may call it at once, the first call included.
 EnumValueMap* getEnumValueMap();
 
 /// Adds every row of ENUM_TABLE to map, in table order, each with its position within its type.

@@ -1,14 +1,22 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace classfile {
+class ConstantPool;
+}
 
 namespace tkb {
 
-/// Caps what one translation builds from a file. A rule program repeats some of a file's data: every
-/// method reference gets its own copy of the method's code and texts, and every entry of the rule
-/// file info its own parameters and names, read through pool indices that many records may share.
-/// So a small damaged or hostile file could ask for gigabytes; charging every such copy here turns
-/// that into a clear error instead.
+/// Caps what one decode builds from a file's shared data. A rule program and its rule file info
+/// repeat much of a file: every method reference gets its own copy of the method's code and texts,
+/// every string constant, entry, parameter and annotation argument its own wide copy of a pool
+/// text, read through pool indices that any number of records may share. So a small damaged or
+/// hostile file could ask for gigabytes; charging every such copy, and every object built per
+/// record, to one budget for the whole decode turns that into a clear error instead.
 class MemoryBudget {
 public:
     /// Far above what a real rule file needs (a few megabytes), far below what hurts a host.
@@ -18,10 +26,19 @@ public:
 
     /// Takes bytes from the budget; throws util::RuntimeErrorST naming what when it is spent.
     void charge(size_t bytes, const char* what);
+    /// Charges the wide copy of a UTF-8 text of utf8Size bytes, which has at most that many
+    /// characters.
+    void chargeWide(size_t utf8Size, const char* what) { charge(sizeof(wchar_t) * utf8Size, what); }
 
 private:
     size_t mLeft;
     size_t mLimit;
 };
+
+/// The text at a pool index, as ConstantPool::textAt gives it. A text put together from other
+/// entries rather than stored in one is charged: chains of references can make each such text
+/// megabytes long, and a file can ask for it from every record.
+std::string_view poolText(const classfile::ConstantPool& pool, uint32_t index, const char* what,
+                          std::string& scratch, MemoryBudget& budget);
 
 } // namespace tkb

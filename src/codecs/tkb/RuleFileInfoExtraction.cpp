@@ -66,9 +66,9 @@ const classfile::AttributeLocalVariableTable* localVariables(const MethodInfo& m
         firstOfKind(code->attributes, AttributeKind::LocalVariableTable));
 }
 
-bool isMarker(const ConstantPool& pool, const AnnotationInfo& annotation) {
+bool isMarker(const ConstantPool& pool, const AnnotationInfo& annotation, MemoryBudget& budget) {
     std::string scratch;
-    return pool.textAt(annotation.type_index, "an annotation type", scratch) ==
+    return poolText(pool, annotation.type_index, "an annotation type", scratch, budget) ==
            MARKER_ANNOTATION_TYPE;
 }
 
@@ -80,13 +80,21 @@ const ElementList& nestedOf(const AnnotationInfo& marker) {
 
 // The texts of element names and values; scratch holds the text when it is not a pool entry's own.
 std::string_view elementName(const ConstantPool& pool, const ElementValue& pair,
-                             std::string& scratch) {
-    return pool.textAt(pair.element_name_index, "an element name", scratch);
+                             std::string& scratch, MemoryBudget& budget) {
+    return poolText(pool, pair.element_name_index, "an element name", scratch, budget);
 }
 
 std::string_view elementText(const ConstantPool& pool, const ElementValue& value,
-                             std::string& scratch) {
-    return pool.textAt(value.const_value_index, "an element value", scratch);
+                             std::string& scratch, MemoryBudget& budget) {
+    return poolText(pool, value.const_value_index, "an element value", scratch, budget);
+}
+
+// The wide copy of an element value's text, charged as what.
+std::wstring wideText(const ConstantPool& pool, const ElementValue& value, std::string& scratch,
+                      MemoryBudget& budget, const char* what) {
+    const std::string_view text = elementText(pool, value, scratch, budget);
+    budget.chargeWide(text.size(), what);
+    return widen(text);
 }
 
 enum class EntryKind { Attribute, Rule };
@@ -94,16 +102,17 @@ enum class EntryKind { Attribute, Rule };
 // Calls take(kind) for every "name" element of the marker's nested annotations that marks an
 // attribute or a rule, in order.
 template <typename Take>
-void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Take take) {
+void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, MemoryBudget& budget,
+                      Take take) {
     std::string nameScratch;
     std::string markScratch;
     for (const auto& value : nestedOf(marker)) {
         if (!value->annotation_value)
             continue;
         for (const auto& pair : value->annotation_value->element_value_pairs) {
-            if (elementName(pool, *pair, nameScratch) != NAME_ELEMENT)
+            if (elementName(pool, *pair, nameScratch, budget) != NAME_ELEMENT)
                 continue;
-            const std::string_view mark = elementText(pool, *pair, markScratch);
+            const std::string_view mark = elementText(pool, *pair, markScratch, budget);
             if (mark == ATTRIBUTE_MARK)
                 take(EntryKind::Attribute);
             else if (mark == RULE_MARK)
@@ -112,16 +121,19 @@ void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Ta
     }
 }
 
-// Fills list with one annotation per nested annotation of the marker.
-void fillAnnotationList(const ClassInfo& classFile, const AnnotationInfo& marker,
-                        AnnotationImpl* list) {
+// Gives owner (the rule file info or an entry) one annotation per nested annotation of the marker.
+template <typename Owner>
+void fillAnnotationList(const ClassInfo& classFile, const AnnotationInfo& marker, Owner& owner,
+                        MemoryBudget& budget) {
     const ElementList& nested = nestedOf(marker);
+    budget.charge(sizeof(AnnotationImpl) * nested.size(), "the annotations of its rule file info");
+    owner.setNumAnnotations(nested.size());
     for (size_t k = 0; k < nested.size(); ++k)
         if (nested[k]->annotation_value)
-            fillAnnotation(classFile, list[k], *nested[k]->annotation_value);
+            fillAnnotation(classFile, owner.annotations[k], *nested[k]->annotation_value, budget);
 }
 
-void applySortAnnotations(EntryImpl& entry) {
+void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
     for (size_t i = 0; i < entry.numAnnotations; ++i) {
         const AnnotationImpl& annotation = entry.annotations[i];
         const size_t n = annotation.numArguments;
@@ -131,9 +143,13 @@ void applySortAnnotations(EntryImpl& entry) {
         if (annotation.name == GROUP_ANNOTATION && n > 0 && args[n - 1].type == kov::VT_FLOAT) {
             entry.groupOrder = args[n - 1].floatValue;
             entry.group.clear();
-            for (size_t k = 0; k + 1 < n; ++k)
-                if (args[k].type == kov::VT_STR)
-                    entry.group += args[k].strValue;
+            for (size_t k = 0; k + 1 < n; ++k) {
+                if (args[k].type != kov::VT_STR)
+                    continue;
+                budget.charge(sizeof(wchar_t) * args[k].strValue.size(),
+                              "the groups of its entries");
+                entry.group += args[k].strValue;
+            }
         }
         if (annotation.name == START_RULE_ANNOTATION && n == 0)
             entry.order += START_RULE_BONUS;
@@ -144,35 +160,39 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
                const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker,
                MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
-    const std::string& methodName = method.name();
-    budget.charge(sizeof(wchar_t) * methodName.size(), "the names of its entries");
+    std::string scratch;
+    const std::string_view methodName =
+        poolText(pool, method.name_index, "a member name", scratch, budget);
+    budget.chargeWide(methodName.size(), "the names of its entries");
     entry.name = widen(entryName(methodName));
 
     std::vector<int32_t> types;
-    const int32_t count = parseMethodDescriptor(method.descriptor(), &types);
+    const int32_t count = parseMethodDescriptor(
+        poolText(pool, method.descriptor_index, "a member descriptor", scratch, budget), &types);
     entry.returnType = types[0];
 
-    budget.charge(sizeof(ParameterImpl) * static_cast<size_t>(count), "the parameters of its entries");
+    budget.charge(sizeof(ParameterImpl) * static_cast<size_t>(count),
+                  "the parameters of its entries");
     entry.setNumParameters(static_cast<size_t>(count));
-    std::string scratch;
     for (int32_t k = 0; k < count; ++k) {
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
         if (locals && static_cast<size_t>(k) < locals->local_variable_table.size()) {
-            const std::string_view name = pool.textAt(locals->local_variable_table[k].name_index,
-                                                      "a parameter name", scratch);
-            budget.charge(sizeof(wchar_t) * name.size(), "the parameter names of its entries");
+            const std::string_view name = poolText(pool, locals->local_variable_table[k].name_index,
+                                                   "a parameter name", scratch, budget);
+            budget.chargeWide(name.size(), "the parameter names of its entries");
             parameter.name = widen(name);
         } else {
             parameter.name = L"param" + std::wstring(1, static_cast<wchar_t>(L'0' + k));
+            budget.charge(sizeof(wchar_t) * parameter.name.size(),
+                          "the parameter names of its entries");
         }
     }
 
-    entry.setNumAnnotations(nestedOf(marker).size());
-    fillAnnotationList(classFile, marker, entry.annotations);
+    fillAnnotationList(classFile, marker, entry, budget);
 
     entry.order = -count;
-    applySortAnnotations(entry);
+    applySortAnnotations(entry, budget);
 }
 
 // A strict weak order on doubles, NaN after everything, so that a damaged "$Order" value cannot
@@ -265,8 +285,8 @@ int32_t parseMethodDescriptor(std::string_view descriptor, std::vector<int32_t>*
     return count;
 }
 
-std::string entryName(const std::string& methodName) {
-    std::string name = methodName;
+std::string entryName(std::string_view methodName) {
+    std::string name(methodName);
     const size_t first = name.find('$');
     if (first != std::string::npos)
         std::replace(name.begin() + first + 1, name.end(), '$', '.');
@@ -274,10 +294,11 @@ std::string entryName(const std::string& methodName) {
 }
 
 void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
-                    const AnnotationInfo& nested) {
+                    const AnnotationInfo& nested, MemoryBudget& budget) {
     enum Field { TYPES, NAMES, BVALS, DVALS, SVALS, NONE };
     static constexpr std::string_view fieldNames[] = {"types", "names", "bvals", "dvals",
                                                       "svals"};
+    static const char* const ARGUMENT_TEXTS = "the texts of its annotation arguments";
     const ConstantPool& pool = *classFile.constant_pool;
 
     annotation.setNumArguments(0);
@@ -287,9 +308,10 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     std::string nameScratch;
     std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
-        const std::string_view name = elementName(pool, *pair, nameScratch);
+        const std::string_view name = elementName(pool, *pair, nameScratch, budget);
         if (name == NAME_ELEMENT) {
-            annotation.name = widen(elementText(pool, *pair, textScratch));
+            annotation.name =
+                wideText(pool, *pair, textScratch, budget, "the names of its annotations");
             continue;
         }
         Field field = NONE;
@@ -301,6 +323,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
 
         const ElementList& values = pair->values;
         if (!sized) {
+            budget.charge(sizeof(AnnotationArgumentImpl) * values.size(),
+                          "the arguments of its annotations");
             annotation.setNumArguments(values.size());
             sized = true;
         }
@@ -328,8 +352,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             }
             case NAMES:
-                argument.key =
-                    value ? widen(elementText(pool, *value, textScratch)) : std::wstring();
+                argument.key = value ? wideText(pool, *value, textScratch, budget, ARGUMENT_TEXTS)
+                                     : std::wstring();
                 break;
             case BVALS: argument.boolValue = integer && integer->value != 0; break;
             case DVALS:
@@ -340,7 +364,8 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             case SVALS:
                 argument.strValue =
-                    value ? widen(elementText(pool, *value, textScratch)) : std::wstring();
+                    value ? wideText(pool, *value, textScratch, budget, ARGUMENT_TEXTS)
+                          : std::wstring();
                 break;
             case NONE: break;
             }
@@ -348,16 +373,14 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     }
 }
 
-RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
+RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
     auto info = std::make_unique<RuleFileInfoImpl>();
 
     if (const auto* fileAnnotations = visibleAnnotations(classFile.attributes)) {
         for (const auto& annotation : fileAnnotations->annotations) {
-            if (!isMarker(pool, *annotation))
-                continue;
-            info->setNumAnnotations(nestedOf(*annotation).size());
-            fillAnnotationList(classFile, *annotation, info->annotations);
+            if (isMarker(pool, *annotation, budget))
+                fillAnnotationList(classFile, *annotation, *info, budget);
         }
     }
 
@@ -368,27 +391,28 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile) {
         if (!annotations)
             continue;
         for (const auto& annotation : annotations->annotations)
-            if (isMarker(pool, *annotation))
-                forEachEntryMark(pool, *annotation, [&](EntryKind kind) {
+            if (isMarker(pool, *annotation, budget))
+                forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
                     ++(kind == EntryKind::Attribute ? attributeCount : ruleCount);
                 });
     }
+    budget.charge(sizeof(EntryImpl) * (attributeCount + ruleCount),
+                  "the entries of its rule file info");
     info->setNumAttributes(attributeCount);
     info->setNumRules(ruleCount);
 
     size_t nextAttribute = 0;
     size_t nextRule = 0;
-    MemoryBudget budget;
     for (const auto& method : classFile.methods) {
         const auto* annotations = visibleAnnotations(method->attributes);
         if (!annotations)
             continue;
         const auto* locals = localVariables(*method);
         for (const auto& annotation : annotations->annotations) {
-            if (!isMarker(pool, *annotation))
+            if (!isMarker(pool, *annotation, budget))
                 continue;
             EntryImpl* taken = nullptr;
-            forEachEntryMark(pool, *annotation, [&](EntryKind kind) {
+            forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
                 if (kind == EntryKind::Attribute && nextAttribute < info->numAttributes)
                     taken = &info->attributes[nextAttribute++];
                 else if (kind == EntryKind::Rule && nextRule < info->numRules)

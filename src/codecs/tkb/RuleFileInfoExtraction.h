@@ -18,6 +18,8 @@ class ClassInfo;
 
 namespace tkb {
 
+class MemoryBudget;
+
 /// The annotation type with which the rule compiler marks the file, its attributes and its rules.
 extern const char* const MARKER_ANNOTATION_TYPE;
 
@@ -29,15 +31,16 @@ int32_t parseMethodDescriptor(std::string_view descriptor, std::vector<int32_t>*
 
 /// The entry name of a method: everything up to the first "$" is kept, every later "$" becomes
 /// "." ("a$b$c" gives "a$b.c").
-std::string entryName(const std::string& methodName);
+std::string entryName(std::string_view methodName);
 
 /// Fills annotation from one nested annotation of a marker ("name", "types", "names", "bvals",
-/// "dvals", "svals"). Pool lookups go through classFile's pool and fail as the reader's do.
+/// "dvals", "svals"). Pool lookups go through classFile's pool and fail as the reader's do; the
+/// arguments and their texts are charged to budget.
 void fillAnnotation(const classfile::ClassInfo& classFile, AnnotationImpl& annotation,
-                    const classfile::AnnotationInfo& nested);
+                    const classfile::AnnotationInfo& nested, MemoryBudget& budget);
 
-/// A new rule file info for the class file, attributes and rules sorted for presentation. The
-/// caller owns the result.
-RuleFileInfoImpl* fillRuleFileInfo(const classfile::ClassInfo& classFile);
+/// A new rule file info for the class file, attributes and rules sorted for presentation. What it
+/// builds is charged to budget, the decode's one budget. The caller owns the result.
+RuleFileInfoImpl* fillRuleFileInfo(const classfile::ClassInfo& classFile, MemoryBudget& budget);
 
 } // namespace tkb

@@ -3,7 +3,16 @@
 #include "codecs/tkb/Translator.h"
 #include "kovx/TKB.h"
 
+// GCC announces AddressSanitizer with __SANITIZE_ADDRESS__, Clang only through __has_feature.
 #if defined(__SANITIZE_ADDRESS__)
+#define KOV_LEAK_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KOV_LEAK_CHECKED 1
+#endif
+#endif
+
+#if defined(KOV_LEAK_CHECKED)
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -14,7 +23,7 @@ namespace {
 // A rule program whose translation failed is abandoned on purpose: it never reached a shared
 // owner, and the core expects the decoder not to release it. Tell the leak checker so.
 void abandon(const kovx::TKB* program) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KOV_LEAK_CHECKED)
     __lsan_ignore_object(program);
 #else
     (void)program;

@@ -72,29 +72,38 @@ template <typename... Args>
 
 class Translator {
   public:
-    Translator(kovx::TKBProgram& program, const ClassInfo& classFile)
+    Translator(kovx::TKBProgram& program, const ClassInfo& classFile, size_t memoryLimit)
         : mProgram(program), mClass(classFile), mPool(*classFile.constant_pool),
           // Deliberately signed: a pool of 32768 or more slots is not translated.
-          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)) {}
+          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)), mBudget(memoryLimit) {}
 
     void run() {
         mapOwnMethods();
         findBuiltinsClass();
         translateConstants();
-        mProgram.ruleFileInfo = fillRuleFileInfo(mClass);
+        mProgram.ruleFileInfo = fillRuleFileInfo(mClass, mBudget);
     }
 
   private:
-    std::string_view text(uint32_t index, const char* what) const {
-        return mPool.atAs<classfile::CPEUtf8>(index, what).value;
+    // Any entry with a value serves as a text, not only a Utf8 one; scratch holds a text that is
+    // no entry's own.
+    std::string_view text(uint32_t index, const char* what, std::string& scratch) {
+        return poolText(mPool, index, what, scratch, mBudget);
     }
 
     void mapOwnMethods() {
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
-            mKey.assign(text(method.name_index, "a method name"));
-            mKey += text(method.descriptor_index, "a method descriptor");
-            mOwnMethods[mKey] = static_cast<int32_t>(position);
+            std::string scratch;
+            mKey.assign(text(method.name_index, "a method name", scratch));
+            mKey += text(method.descriptor_index, "a method descriptor", scratch);
+            auto known = mOwnMethods.find(mKey);
+            if (known != mOwnMethods.end()) {
+                known->second = static_cast<int32_t>(position);
+                continue;
+            }
+            mBudget.charge(mKey.size(), "the keys of its own-method map");
+            mOwnMethods.emplace(mKey, static_cast<int32_t>(position));
         }
     }
 
@@ -104,8 +113,10 @@ class Translator {
             if (!entry || entry->tag() != ConstantTag::Class)
                 continue;
             const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
-            const std::string_view name = text(classEntry.name_index, "a class name");
-            mClassNames[static_cast<uint32_t>(i)] = name;
+            std::string scratch;
+            const std::string_view name = text(classEntry.name_index, "a class name", scratch);
+            if (name.data() != scratch.data())
+                mClassNames[static_cast<uint32_t>(i)] = name;
             if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
                 startsWith(name, BUILTINS_CLASS_PREFIX) && endsWith(name, BUILTINS_CLASS_SUFFIX))
                 mBuiltinsClass = i;
@@ -122,10 +133,12 @@ class Translator {
             switch (entry->tag()) {
             case ConstantTag::String: {
                 const auto& string = static_cast<const classfile::CPEString&>(*entry);
+                std::string scratch;
+                const std::string_view value = text(string.string_index, "a string value", scratch);
+                mBudget.chargeWide(value.size(), "its string constants");
                 store(i, TKBConstant::STRING,
                       std::make_unique<boost::shared_ptr<std::wstring>>(
-                          boost::make_shared<std::wstring>(
-                              widen(text(string.string_index, "a string value")))));
+                          boost::make_shared<std::wstring>(widen(value))));
                 break;
             }
             case ConstantTag::Double:
@@ -151,8 +164,11 @@ class Translator {
 
     void translateMethodRef(int32_t i, const classfile::CPEMethodRef& ref) {
         const classfile::CPENameAndType& nameAndType = ref.nameAndType();
-        const std::string_view name = text(nameAndType.name_index, "a method name");
-        const std::string_view descriptor = text(nameAndType.descriptor_index, "a method descriptor");
+        std::string nameScratch;
+        std::string descriptorScratch;
+        const std::string_view name = text(nameAndType.name_index, "a method name", nameScratch);
+        const std::string_view descriptor =
+            text(nameAndType.descriptor_index, "a method descriptor", descriptorScratch);
         mKey.assign(name);
         mKey += descriptor;
 
@@ -184,6 +200,7 @@ class Translator {
             std::string type(descriptor.substr(slash == std::string::npos ? 0 : slash + 1));
             if (!type.empty())
                 type.pop_back();
+            mBudget.charge(type.size(), "the names of its enumeration types");
             mProgram.enumTypes.push_back(std::move(type));
             store(i, TKBConstant::ENUM_TYPE,
                   std::make_unique<int32_t>(static_cast<int32_t>(mProgram.enumTypes.size() - 1)));
@@ -202,16 +219,19 @@ class Translator {
     void translateFieldRef(int32_t i, const classfile::CPEFieldRef& ref) {
         const classfile::CPEClass& classEntry = ref.classEntry();
         auto known = mClassNames.find(classEntry.index);
-        const std::string_view className = known != mClassNames.end()
-                                               ? known->second
-                                               : text(classEntry.name_index, "a class name");
+        std::string classScratch;
+        const std::string_view className =
+            known != mClassNames.end() ? known->second
+                                       : text(classEntry.name_index, "a class name", classScratch);
         if (ref.classIndex == OWN_CLASS_INDEX) {
             mProgram.fieldRefs.push_back(i);
             return;
         }
         const size_t slash = className.rfind('/');
         mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
-        const std::string_view field = text(ref.nameAndType().name_index, "a field name");
+        std::string fieldScratch;
+        const std::string_view field =
+            text(ref.nameAndType().name_index, "a field name", fieldScratch);
 
         const EnumValueMap& enums = *getEnumValueMap();
         auto type = enums.find(mKey);
@@ -219,6 +239,7 @@ class Translator {
             throw util::RuntimeErrorST("No enum '" + mKey + "' found in map!");
         auto member = type->second.find(std::string(field));
         const int32_t value = member == type->second.end() ? -1 : member->second;
+        mBudget.chargeWide(mKey.size() + 1 + field.size(), "its enumeration values");
         store(i, TKBConstant::ENUM_VALUE,
               std::make_unique<boost::shared_ptr<kovx::TKB::Enum>>(
                   boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + std::string(field)))));
@@ -251,17 +272,23 @@ class Translator {
         method->undefined = 0;
         method->maxStack = code->max_stack;
         method->code.assign(code->code.begin(), code->code.end());
+        // The count is the same for every table; a long descriptor is read once, not per table.
+        bool counted = false;
         for (const auto& attribute : code->attributes) {
             if (attribute->kind() != classfile::AttributeKind::LocalVariableTable)
                 continue;
             const auto& table =
                 static_cast<const classfile::AttributeLocalVariableTable&>(*attribute);
-            method->paramCount = parseMethodDescriptor(descriptor);
+            if (!counted) {
+                method->paramCount = parseMethodDescriptor(descriptor);
+                counted = true;
+            }
             method->localTypes.assign(table.local_variable_table.size(), 0);
             method->localSlots = 0;
+            std::string scratch;
             for (size_t k = 0; k < table.local_variable_table.size(); ++k) {
                 const std::string_view local = text(table.local_variable_table[k].descriptor_index,
-                                                    "a local variable descriptor");
+                                                    "a local variable descriptor", scratch);
                 if (local == "I" || local == "Z") {
                     method->localTypes[k] = LOCAL_INT_OR_BOOL;
                     method->localSlots += 1;
@@ -294,10 +321,11 @@ class Translator {
     }
 
     void storeMethod(int32_t i, std::unique_ptr<TKBMethod> method) {
+        // The texts count twice: the record's own and the method index key.
         mBudget.charge(sizeof(TKBMethod) + method->code.size() +
                            sizeof(int32_t) * method->localTypes.size() +
-                           sizeof(wchar_t) * (method->name.size() + method->baseName.size() +
-                                              method->descriptor.size()),
+                           sizeof(wchar_t) * (2 * method->name.size() + method->baseName.size() +
+                                              2 * method->descriptor.size()),
                        "the method records of its method references");
         std::wstring key = method->name + method->descriptor;
         store(i, TKBConstant::METHOD, std::move(method));
@@ -320,7 +348,8 @@ class Translator {
     /// Method name followed by descriptor -> position; the later of equal keys wins.
     std::map<std::string, int32_t> mOwnMethods;
     int32_t mBuiltinsClass = -1;
-    /// Pool index -> name of every class entry (texts owned by the pool).
+    /// Pool index -> name of every class entry whose name is an entry's own text (viewing the
+    /// pool's input).
     std::unordered_map<uint32_t, std::string_view> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;
@@ -329,10 +358,10 @@ class Translator {
 
 } // namespace
 
-void translate(kovx::TKBProgram& program, std::istream& input) {
+void translate(kovx::TKBProgram& program, std::istream& input, size_t memoryLimit) {
     classfile::ByteStream stream(input);
     const auto classFile = std::make_unique<ClassInfo>(stream);
-    Translator(program, *classFile).run();
+    Translator(program, *classFile, memoryLimit).run();
 }
 
 } // namespace tkb

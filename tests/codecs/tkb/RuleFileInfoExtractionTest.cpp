@@ -10,6 +10,7 @@
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 #include "classwriter/RuleFileBuilder.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "codecs/tkb/RuleFileInfoExtraction.h"
 #include "rulefileinfo/RuleFileInfoImpl.h"
 
@@ -23,16 +24,8 @@ std::unique_ptr<RuleFileInfoImpl> extract(const RuleFileBuilder& b) {
     std::istringstream in(tkbtest::asText(b.bytes()));
     classfile::ByteStream stream(in);
     classfile::ClassInfo classFile(stream);
-    return std::unique_ptr<RuleFileInfoImpl>(tkb::fillRuleFileInfo(classFile));
-}
-
-// A RuntimeVisibleAnnotations attribute with one marker around the nested annotation.
-classwriter::Attribute markerAttribute(RuleFileBuilder& b, const classwriter::Annotation& nested) {
-    classwriter::Annotation marker;
-    marker.typeIndex = b.utf8(RuleFileBuilder::MARKER_TYPE);
-    marker.pairs.emplace_back(b.utf8("value"),
-                              ElementValue::array({ElementValue::annotation(nested)}));
-    return classwriter::annotations(b.utf8("RuntimeVisibleAnnotations"), {marker});
+    tkb::MemoryBudget budget;
+    return std::unique_ptr<RuleFileInfoImpl>(tkb::fillRuleFileInfo(classFile, budget));
 }
 
 std::vector<std::wstring> namesOf(const EntryImpl* entries, size_t n) {
@@ -82,10 +75,8 @@ TEST(RuleFileInfoExtractionTest, EntriesFromMarkedMethodsOnly) {
     b.addRule("Wide", "(DDDDDDDDDDD)V", {});
     // A marker whose "name" says neither attribute nor rule.
     b.addAttribute("odd", "()D");
-    classwriter::Annotation odd;
-    odd.typeIndex = b.utf8("Lx;");
-    odd.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$FOO")));
-    b.writer().methods.back().attributes.back() = markerAttribute(b, odd);
+    b.writer().methods.back().attributes.back() = tkbtest::markerAttribute(
+        b, {{b.utf8("name"), ElementValue::constant('s', b.utf8("_$FOO"))}});
     auto info = extract(b);
 
     ASSERT_EQ(info->numAttributes, 1u);
@@ -118,11 +109,9 @@ TEST(RuleFileInfoExtractionTest, EntriesFromMarkedMethodsOnly) {
 TEST(RuleFileInfoExtractionTest, EveryMarkTakesAnEntryAndTheLastOneIsFilled) {
     RuleFileBuilder b;
     b.addRule("Lot", "(D)V", {"x"});
-    classwriter::Annotation twice;
-    twice.typeIndex = b.utf8("Lx;");
-    twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
-    twice.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("_$RULE")));
-    b.writer().methods.back().attributes.back() = markerAttribute(b, twice);
+    const std::pair<uint16_t, ElementValue> rule(b.utf8("name"),
+                                                 ElementValue::constant('s', b.utf8("_$RULE")));
+    b.writer().methods.back().attributes.back() = tkbtest::markerAttribute(b, {rule, rule});
     auto info = extract(b);
 
     // The entry taken first stays at its start values and sorts last.
@@ -174,22 +163,18 @@ TEST(RuleFileInfoExtractionTest, FileAnnotationsAndShortArrays) {
     b.addFileAnnotation(RuleAnnotation("$Old"));
     // "names" is shorter than "types" and comes again shorter, taking back the second key;
     // "dvals" names an integer constant.
-    classwriter::Annotation nested;
-    nested.typeIndex = b.utf8("Lx;");
-    nested.pairs.emplace_back(b.utf8("types"),
-                              ElementValue::array({ElementValue::constant('C', b.integer('f')),
-                                                   ElementValue::constant('C', b.integer('s'))}));
-    nested.pairs.emplace_back(b.utf8("names"),
-                              ElementValue::array({ElementValue::constant('s', b.utf8("x")),
-                                                   ElementValue::constant('s', b.utf8("y"))}));
-    nested.pairs.emplace_back(b.utf8("names"),
-                              ElementValue::array({ElementValue::constant('s', b.utf8("k"))}));
-    nested.pairs.emplace_back(b.utf8("dvals"),
-                              ElementValue::array({ElementValue::constant('D', b.integer(4))}));
-    nested.pairs.emplace_back(b.utf8("name"), ElementValue::constant('s', b.utf8("$New")));
+    const auto text = [&](const char* t) { return ElementValue::constant('s', b.utf8(t)); };
+    const auto code = [&](char tag, int32_t value) {
+        return ElementValue::constant(tag, b.integer(value));
+    };
+    const auto marker = tkbtest::markerAttribute(
+        b, {{b.utf8("types"), ElementValue::array({code('C', 'f'), code('C', 's')})},
+            {b.utf8("names"), ElementValue::array({text("x"), text("y")})},
+            {b.utf8("names"), ElementValue::array({text("k")})},
+            {b.utf8("dvals"), ElementValue::array({code('D', 4)})},
+            {b.utf8("name"), text("$New")}});
     // Only the first RuntimeVisibleAnnotations attribute of the class counts.
-    auto& attributes = b.writer().attributes;
-    attributes.insert(attributes.begin(), markerAttribute(b, nested));
+    b.writer().attributes.insert(b.writer().attributes.begin(), marker);
     auto info = extract(b);
 
     ASSERT_EQ(info->numAnnotations, 1u);

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
+#include "classwriter/RuleFileBuilder.h"
 #include "codecs/tkb/BuiltinTables.h"
 #include "codecs/tkb/Translator.h"
 #include "kovx/TKB.h"
@@ -23,18 +24,10 @@ inline std::string asText(const std::vector<uint8_t>& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-inline void translateBytes(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes) {
+inline void translateBytes(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes,
+                           size_t memoryLimit = tkb::MemoryBudget::DEFAULT_LIMIT) {
     std::istringstream in(asText(bytes));
-    tkb::translate(program, in);
-}
-
-/// The value of the constant at index when it has the given kind, else null.
-template <typename T>
-const T* constantOf(const kovx::TKBProgram& program, size_t index, uint32_t kind) {
-    if (index >= program.constants.size() || !program.constants[index] ||
-        program.constants[index]->kind != kind)
-        return nullptr;
-    return static_cast<const T*>(program.constants[index]->value);
+    tkb::translate(program, in, memoryLimit);
 }
 
 /// The constant at index as text: "int -7", "enum AlignAxesSelector.y=1", "method Lot()V", "none".
@@ -71,21 +64,26 @@ inline std::wstring describe(const kovx::TKBProgram& program, size_t index) {
     return out.str();
 }
 
+/// The method record at index, or null when the constant there is no method.
 inline const kovx::TKBMethod* methodAt(const kovx::TKBProgram& program, size_t index) {
-    return constantOf<kovx::TKBMethod>(program, index, kovx::TKBConstant::METHOD);
+    if (index >= program.constants.size() || !program.constants[index] ||
+        program.constants[index]->kind != kovx::TKBConstant::METHOD)
+        return nullptr;
+    return static_cast<const kovx::TKBMethod*>(program.constants[index]->value);
 }
 
-/// Silences standard error while it lives: the class file reader writes a line for every failure.
-class QuietStderr {
-  public:
-    QuietStderr() : mOld(std::cerr.rdbuf(mSink.rdbuf())) {}
-    ~QuietStderr() { std::cerr.rdbuf(mOld); }
-    QuietStderr(const QuietStderr&) = delete;
-    QuietStderr& operator=(const QuietStderr&) = delete;
-
-  private:
-    std::ostringstream mSink;
-    std::streambuf* mOld;
-};
+/// A RuntimeVisibleAnnotations attribute with one marker around one annotation made of the given
+/// (element name index, value) pairs.
+inline classwriter::Attribute
+markerAttribute(classwriter::RuleFileBuilder& b,
+                const std::vector<std::pair<uint16_t, classwriter::ElementValue>>& pairs) {
+    using classwriter::ElementValue;
+    const classwriter::Annotation nested{b.utf8("Lx;"), pairs, {}};
+    classwriter::Annotation marker;
+    marker.typeIndex = b.utf8(classwriter::RuleFileBuilder::MARKER_TYPE);
+    marker.pairs.emplace_back(b.utf8("value"),
+                              ElementValue::array({ElementValue::annotation(nested)}));
+    return classwriter::annotations(b.utf8("RuntimeVisibleAnnotations"), {marker});
+}
 
 } // namespace tkbtest

@@ -1,6 +1,12 @@
-// The constant table, the method records and the failures of the translation.
+// The constant table, the method records and the failures of the translation, and the memory
+// budget of one decode.
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -8,19 +14,34 @@
 #include "TkbTestSupport.h"
 #include "classwriter/RuleFileBuilder.h"
 #include "codecs/tkb/BuiltinTables.h"
+#include "codecs/tkb/MemoryBudget.h"
 #include "kovx/StatusException.h"
+#include "rulefileinfo/RuleFileInfoImpl.h"
 #include "util/RuntimeErrorST.h"
 
+using classwriter::ElementValue;
+using classwriter::RuleAnnotation;
 using classwriter::RuleCode;
 using classwriter::RuleFileBuilder;
-using kovx::TKBConstant;
 using tkbtest::describe;
 using tkbtest::methodAt;
 using tkbtest::translateBytes;
 
 namespace {
 
-const char* const GC = "com/velmor/gc/";
+// A method record's fields apart from its pool index, name, descriptor and the bytes of its code.
+std::string fieldsOf(const kovx::TKBMethod* m) {
+    if (!m)
+        return "no method";
+    std::ostringstream out;
+    out << "position " << m->methodPosition << ", undefined " << int(m->undefined) << ", stack "
+        << m->maxStack << ", params " << m->paramCount << ", slots " << m->localSlots << ", types";
+    for (const int32_t type : m->localTypes)
+        out << " " << type;
+    out << ", " << m->code.size() << " code bytes, public " << int(m->isPublic) << ", base '"
+        << std::string(m->baseName.begin(), m->baseName.end()) << "'";
+    return out.str();
+}
 
 // Translates bytes, expecting the unsupported-content status and exactly one error line.
 void expectUnsupported(kovx::TKBProgram& program, const std::vector<uint8_t>& bytes,
@@ -55,7 +76,7 @@ TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
                   .readField("seed", "D")
                   .callRule("Lot", "()V"));
     // A second, separate valueOf reference to the same type.
-    const uint16_t axes = b.classNamed(std::string(GC) + "AlignAxesSelector");
+    const uint16_t axes = b.classNamed("com/velmor/gc/AlignAxesSelector");
     const uint16_t again = b.writer().pool.methodref(
         axes, b.nameAndType("valueOf", "(Ljava/lang/String;)Lcom/velmor/gc/AlignAxesSelector;"));
     kovx::TKBProgram p;
@@ -66,7 +87,7 @@ TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
         b.methodref(b.classNamed(RuleFileBuilder::BUILTINS_CLASS), "extrude", "(D)V");
     const uint16_t first =
         b.methodref(axes, "valueOf", "(Ljava/lang/String;)Lcom/velmor/gc/AlignAxesSelector;");
-    const uint16_t area = b.methodref(b.classNamed(std::string(GC) + "AreaSelector"), "valueOf",
+    const uint16_t area = b.methodref(b.classNamed("com/velmor/gc/AreaSelector"), "valueOf",
                                       "(Ljava/lang/String;)Lcom/velmor/gc/AreaSelector;");
     const std::pair<uint16_t, std::wstring> expected[] = {
         {b.string("h\xC3\xA9llo"), L"string h\u00E9llo"},
@@ -92,7 +113,6 @@ TEST(TranslateTest, EveryConstantKindCarriesItsPayload) {
     EXPECT_EQ(p.constants[seed], nullptr);
     const uint16_t lot = b.methodref(RuleFileBuilder::OWN_CLASS_INDEX, "Lot", "()V");
     EXPECT_EQ(p.methodIndex, (std::map<std::wstring, int32_t>{{L"Lot()V", lot}}));
-    EXPECT_NE(p.ruleFileInfo, nullptr);
 }
 
 TEST(TranslateTest, TableEndsAtTheLastTranslatedEntry) {
@@ -135,43 +155,29 @@ TEST(TranslateTest, MethodRecordsDescribeTheReferencedRules) {
     const uint16_t massIndex = b.methodref(2, "Mass", "(DLjava/lang/String;Z)V");
     const kovx::TKBMethod* mass = methodAt(p, massIndex);
     ASSERT_NE(mass, nullptr);
+    EXPECT_EQ(fieldsOf(mass),
+              "position 0, undefined 0, stack 2, params 3, slots 4, types 1 2 0, 7 code bytes, "
+              "public 1, base ''");
     EXPECT_EQ(mass->poolIndex, massIndex);
-    EXPECT_EQ(mass->methodPosition, 0);
-    EXPECT_EQ(mass->undefined, 0);
-    EXPECT_EQ(mass->maxStack, 2);
-    EXPECT_EQ(mass->paramCount, 3);
-    EXPECT_EQ(mass->localSlots, 4);
-    EXPECT_EQ(mass->localTypes, (std::vector<int32_t>{1, 2, 0}));
     const uint16_t extrude =
         b.methodref(b.classNamed(RuleFileBuilder::BUILTINS_CLASS), "extrude", "(D)V");
     const uint16_t onePointFive = b.doubleValue(1.5);
     EXPECT_EQ(mass->code,
               (std::vector<uint8_t>{0x14, uint8_t(onePointFive >> 8), uint8_t(onePointFive), 0xB8,
                                     uint8_t(extrude >> 8), uint8_t(extrude), 0xB1}));
-    EXPECT_EQ(mass->isPublic, 1);
-    EXPECT_EQ(mass->name, L"Mass");
-    EXPECT_EQ(mass->baseName, L"");
-    EXPECT_EQ(mass->descriptor, L"(DLjava/lang/String;Z)V");
+    EXPECT_EQ(mass->name + L" " + mass->descriptor, L"Mass (DLjava/lang/String;Z)V");
 
-    const kovx::TKBMethod* roof = methodAt(p, b.methodref(2, "Roof$gable$left", "()V"));
-    ASSERT_NE(roof, nullptr);
-    EXPECT_EQ(roof->methodPosition, 1);
-    EXPECT_EQ(roof->isPublic, 0);
-    EXPECT_EQ(roof->baseName, L"Roof");
-
+    EXPECT_EQ(fieldsOf(methodAt(p, b.methodref(2, "Roof$gable$left", "()V"))),
+              "position 1, undefined 0, stack 0, params 0, slots 0, types, 1 code bytes, "
+              "public 0, base 'Roof'");
     // Without a LocalVariableTable nothing about the locals is known.
-    for (const kovx::TKBMethod* bare :
-         {methodAt(p, b.methodref(2, "Bare", "(D)V")), methodAt(p, foreign)}) {
-        ASSERT_NE(bare, nullptr);
-        EXPECT_EQ(bare->methodPosition, 2);
-        EXPECT_EQ(bare->paramCount, 0);
-        EXPECT_EQ(bare->localSlots, 0);
-        EXPECT_TRUE(bare->localTypes.empty());
-    }
+    for (const uint16_t bare : {b.methodref(2, "Bare", "(D)V"), foreign})
+        EXPECT_EQ(fieldsOf(methodAt(p, bare)),
+                  "position 2, undefined 0, stack 0, params 0, slots 0, types, 1 code bytes, "
+                  "public 1, base ''");
     EXPECT_EQ(p.methodIndex.at(L"Bare(D)V"), foreign);
     // Equal name and descriptor: the later method wins.
-    ASSERT_NE(methodAt(p, b.methodref(2, "Twin", "()V")), nullptr);
-    EXPECT_EQ(methodAt(p, b.methodref(2, "Twin", "()V"))->methodPosition, 4);
+    EXPECT_EQ(fieldsOf(methodAt(p, b.methodref(2, "Twin", "()V"))).substr(0, 11), "position 4,");
 }
 
 TEST(TranslateTest, UndefinedOwnMethodsMustBeVoid) {
@@ -184,13 +190,8 @@ TEST(TranslateTest, UndefinedOwnMethodsMustBeVoid) {
         const kovx::TKBMethod* facade = methodAt(p, index);
         ASSERT_NE(facade, nullptr) << result;
         EXPECT_EQ(facade->poolIndex, index);
-        EXPECT_EQ(facade->methodPosition, -1);
-        EXPECT_EQ(facade->undefined, 1);
-        EXPECT_EQ(facade->maxStack, -1);
-        EXPECT_EQ(facade->paramCount, 0);
-        EXPECT_TRUE(facade->code.empty());
-        EXPECT_EQ(facade->isPublic, 1);
-        EXPECT_EQ(facade->baseName, L"Facade");
+        EXPECT_EQ(fieldsOf(facade), "position -1, undefined 1, stack -1, params 0, slots 0, "
+                                    "types, 0 code bytes, public 1, base 'Facade'");
         EXPECT_EQ(p.methodIndex.at(L"Facade$side()" + std::wstring(result.begin(), result.end())),
                   index);
     }
@@ -275,13 +276,38 @@ TEST(TranslateTest, ContentTheProgramCannotExpress) {
         b.addRule("Lot", "()V", {}, {}, RuleCode().readEnum("NoSuchType", "x"));
         kovx::TKBProgram p;
         kovtest::LogCapture log;
-        try {
-            translateBytes(p, b.bytes());
-            ADD_FAILURE();
-        } catch (const util::RuntimeErrorST& e) {
-            EXPECT_STREQ(e.what(), "No enum 'NoSuchType' found in map!");
-        }
+        EXPECT_EQ(kovtest::errorOf<util::RuntimeErrorST>([&] { translateBytes(p, b.bytes()); }),
+                  "No enum 'NoSuchType' found in map!");
         EXPECT_TRUE(log.messages().empty());
+    }
+}
+
+TEST(TranslateTest, UnicodeEntriesServeWhereverATextDoes) {
+    RuleFileBuilder b;
+    for (const char* text : {"h\xC3\xA9llo", "Lot", "()V", "$Description", "Tower"})
+        b.unicode(text);
+    b.addRule("Lot", "()V", {}, {RuleAnnotation("$Description").withString("Tower")},
+              RuleCode().pushString("h\xC3\xA9llo").callRule("Lot", "()V"));
+    kovx::TKBProgram p;
+    translateBytes(p, b.bytes());
+    EXPECT_EQ(describe(p, b.string("h\xC3\xA9llo")), L"string h\u00E9llo");
+    EXPECT_EQ(describe(p, b.methodref(2, "Lot", "()V")), L"method Lot()V");
+    const auto* info = static_cast<const RuleFileInfoImpl*>(p.ruleFileInfo);
+    ASSERT_EQ(info->numRules, 1u);
+    EXPECT_EQ(info->rules[0].name, L"Lot");
+    ASSERT_EQ(info->rules[0].numAnnotations, 2u);
+    EXPECT_EQ(info->rules[0].annotations[1].toXMLString(),
+              "<annotation name=\"$Description\"><arguments><argument type=\"str\" "
+              "value=\"Tower\"/></arguments></annotation>");
+
+    // A string constant that names no entry still fails cleanly.
+    for (const uint16_t index : {uint16_t{0}, uint16_t{60000}}) {
+        RuleFileBuilder c;
+        c.writer().pool.string(index);
+        kovx::TKBProgram q;
+        kovtest::CerrCapture quiet;
+        const std::string error = kovtest::errorOf([&] { translateBytes(q, c.bytes()); });
+        EXPECT_NE(error.find("for a string value"), std::string::npos) << index << ": " << error;
     }
 }
 
@@ -292,34 +318,197 @@ TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
     while (b.writer().pool.count() < 32768)
         b.writer().pool.utf8("");
     kovx::TKBProgram p;
-    try {
-        tkbtest::QuietStderr quiet;
-        translateBytes(p, b.bytes());
-        ADD_FAILURE();
-    } catch (const std::length_error& e) {
-        EXPECT_STREQ(e.what(), "vector::reserve");
-    }
+    kovtest::CerrCapture quiet;
+    EXPECT_EQ(kovtest::errorOf<std::length_error>([&] { translateBytes(p, b.bytes()); }),
+              "vector::reserve");
     EXPECT_TRUE(p.constants.empty());
 }
 
-TEST(TranslateTest, CopiesOfCodeAreBoundedForAHostileFile) {
-    // Every method reference gets its own copy of the method's code: 1,500 references to a rule
-    // of 180 KB would ask for 270 MB from a file of about 200 KB.
-    RuleCode body;
-    for (int i = 0; i < 60000; ++i)
-        body.callRule("Lot", "()V");
+TEST(TranslateTest, ManyReferencesToAMethodWithManyLocalTablesStayQuick) {
+    // 1,000 references to a method whose Code attribute holds 4,000 local variable tables and
+    // whose descriptor is 8,000 characters: reading the descriptor once per table and reference
+    // would take about a minute.
     RuleFileBuilder b;
-    b.addRule("Lot", "()V", {}, {}, body);
-    const uint16_t lot = b.nameAndType("Lot", "()V");
-    for (int i = 0; i < 1500; ++i)
-        b.writer().pool.methodref(2, lot);
+    const std::string descriptor = "(" + std::string(8000, 'Z') + ")V";
+    classwriter::Code code;
+    code.code = {0xB1};
+    const classwriter::Attribute table =
+        classwriter::localVariableTable(b.utf8("LocalVariableTable"), {});
+    code.attributes.assign(4000, table);
+    classwriter::Member method;
+    method.nameIndex = b.utf8("Wide");
+    method.descriptorIndex = b.utf8(descriptor);
+    method.attributes.push_back(classwriter::codeAttribute(b.utf8("Code"), code));
+    b.writer().methods.push_back(method);
+    const uint16_t wide = b.nameAndType("Wide", descriptor);
+    for (int i = 0; i < 1000; ++i)
+        b.writer().pool.methodref(RuleFileBuilder::OWN_CLASS_INDEX, wide);
     kovx::TKBProgram p;
-    try {
-        translateBytes(p, b.bytes());
-        ADD_FAILURE();
-    } catch (const util::RuntimeErrorST& e) {
-        EXPECT_STREQ(e.what(), "TKB file is too large to translate: the method records of its "
-                               "method references would take more than 256 MiB of memory.");
+    const auto start = std::chrono::steady_clock::now();
+    translateBytes(p, b.bytes());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    ASSERT_NE(methodAt(p, wide + 1), nullptr);
+    EXPECT_EQ(methodAt(p, wide + 1)->paramCount, 8000);
+}
+
+// What one decode may build from data that a file shares between its records: the translation
+// and the rule file info draw on one budget, and a file that asks for more fails cleanly.
+namespace {
+
+constexpr size_t MIB = size_t{1} << 20;
+
+// Gives the file one annotation of its own, made of the given (name index, value) pairs.
+void addFileAnnotation(RuleFileBuilder& b,
+                       const std::vector<std::pair<uint16_t, ElementValue>>& pairs) {
+    b.writer().attributes.push_back(tkbtest::markerAttribute(b, pairs));
+}
+
+// A file annotation whose "svals" and "names" arrays name the same text from every slot.
+RuleFileBuilder fanOutFile(const std::string& text, size_t slots) {
+    RuleFileBuilder b;
+    b.addRule("Lot", "()V", {});
+    const std::vector<ElementValue> values(slots, ElementValue::constant('s', b.utf8(text)));
+    addFileAnnotation(b, {{b.utf8("svals"), ElementValue::array(values)},
+                          {b.utf8("names"), ElementValue::array(values)}});
+    return b;
+}
+
+// The message of the budget failure that translating bytes raises, or "" when it translates.
+std::string budgetFailure(const std::vector<uint8_t>& bytes, size_t limit) {
+    kovx::TKBProgram program;
+    const auto translate = [&] { translateBytes(program, bytes, limit); };
+    const std::string error = kovtest::errorOf<util::RuntimeErrorST>(translate);
+    EXPECT_TRUE(error.empty() || !program.ruleFileInfo);
+    return error;
+}
+
+std::string tooLarge(const std::string& what, const std::string& limit) {
+    return "TKB file is too large to translate: " + what + " would take more than " + limit +
+           " of memory (all copies of shared file data in one decode count together); the file "
+           "is damaged or hostile.";
+}
+
+// Peak resident memory of the process since the last reset, or 0 when it cannot be read.
+size_t peakResidentBytes() {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::stoul(line.substr(6)) * 1024;
+    return 0;
+}
+
+bool resetPeakResident() {
+    std::ofstream clear("/proc/self/clear_refs");
+    clear << "5";
+    clear.flush();
+    return clear.good();
+}
+
+} // namespace
+
+TEST(MemoryBudgetTest, EveryFanOutOfSharedDataIsCharged) {
+    // Each file repeats one kind of copy from a few kilobytes of its own: it fails under a 1 MiB
+    // budget, naming that kind, and decodes under a larger one.
+    const std::string text(8 * 1024, 'x');
+    struct Case {
+        const char* what;
+        std::function<void(RuleFileBuilder&)> build;
+    };
+    const Case cases[] = {
+        {"its string constants",
+         [&](RuleFileBuilder& b) {
+             for (int i = 0; i < 40; ++i)
+                 b.writer().pool.string(b.utf8(text));
+         }},
+        {"the method records of its method references",
+         [](RuleFileBuilder& b) {
+             RuleCode body;
+             for (int i = 0; i < 10000; ++i)
+                 body.callRule("Lot", "()V");
+             b.addRule("Lot", "()V", {}, {}, body);
+             for (int i = 0; i < 40; ++i)
+                 b.writer().pool.methodref(RuleFileBuilder::OWN_CLASS_INDEX,
+                                           b.nameAndType("Lot", "()V"));
+         }},
+        {"the parameters of its entries",
+         [](RuleFileBuilder& b) { b.addRule("Wide", "(" + std::string(20000, 'Z') + ")V", {}); }},
+        {"the texts of its annotation arguments",
+         [&](RuleFileBuilder& b) { b = fanOutFile(text, 40); }},
+        // Element names are only compared, yet each lookup through a name-and-type entry puts
+        // its two texts together.
+        {"the texts composed from other pool entries",
+         [&](RuleFileBuilder& b) {
+             const std::pair<uint16_t, ElementValue> pair(b.nameAndType(text, text),
+                                                          ElementValue::constant('s', b.utf8("n")));
+             addFileAnnotation(b, std::vector<std::pair<uint16_t, ElementValue>>(80, pair));
+         }},
+    };
+    for (const Case& c : cases) {
+        RuleFileBuilder b;
+        c.build(b);
+        EXPECT_EQ(budgetFailure(b.bytes(), MIB), tooLarge(c.what, "1 MiB")) << c.what;
+        EXPECT_EQ(budgetFailure(b.bytes(), 64 * MIB), "") << c.what;
     }
-    EXPECT_EQ(p.ruleFileInfo, nullptr);
+}
+
+TEST(MemoryBudgetTest, TranslationAndRuleFileInfoDrawOnOneBudget) {
+    // Each half takes about 600 KiB: alone it fits into 1 MiB, together they do not.
+    const std::string text(5 * 1024, 'x');
+    RuleFileBuilder strings;
+    RuleFileBuilder both = fanOutFile(text, 15);
+    for (RuleFileBuilder* b : {&strings, &both})
+        for (int i = 0; i < 30; ++i)
+            b->writer().pool.string(b->utf8(text));
+    EXPECT_EQ(budgetFailure(strings.bytes(), MIB), "");
+    EXPECT_EQ(budgetFailure(fanOutFile(text, 15).bytes(), MIB), "");
+    EXPECT_EQ(budgetFailure(both.bytes(), MIB),
+              tooLarge("the texts of its annotation arguments", "1 MiB"));
+}
+
+TEST(MemoryBudgetTest, XMLOfADecodeWithinTheBudgetStaysWithinOneAndAHalfTimesIt) {
+    // Quotes are the worst case: each character is charged four bytes and written as "&quot;".
+    const std::string quotes(1024, '"');
+    bool passed = false;
+    bool failed = false;
+    for (size_t slots : {100, 200, 250, 300, 400}) {
+        RuleFileBuilder b;
+        const std::vector<ElementValue> types(slots, ElementValue::constant('C', b.integer('s')));
+        const std::vector<ElementValue> values(slots, ElementValue::constant('s', b.utf8(quotes)));
+        addFileAnnotation(b, {{b.utf8("types"), ElementValue::array(types)},
+                              {b.utf8("svals"), ElementValue::array(values)}});
+        kovx::TKBProgram p;
+        const auto translate = [&] { translateBytes(p, b.bytes(), MIB); };
+        if (!kovtest::errorOf<util::RuntimeErrorST>(translate).empty()) {
+            failed = true;
+            continue;
+        }
+        passed = true;
+        const auto* info = static_cast<const RuleFileInfoImpl*>(p.ruleFileInfo);
+        EXPECT_LE(info->toXMLString().size(), MIB * 3 / 2) << slots;
+    }
+    EXPECT_TRUE(passed);
+    EXPECT_TRUE(failed);
+}
+
+TEST(MemoryBudgetTest, HostileFileFailsQuicklyAndSmallUnderTheDefaultLimit) {
+    // 64 KiB that would build about 1.4 GB of wide texts: 5,392 slots each name a 32 KiB text
+    // twice.
+    const std::vector<uint8_t> bytes = fanOutFile(std::string(32 * 1024, 'x'), 5392).bytes();
+    ASSERT_LE(bytes.size(), 64u * 1024);
+    bool measured = resetPeakResident();
+#if defined(__SANITIZE_THREAD__)
+    // The thread sanitizer's shadow memory, several times the budget, would count as well.
+    measured = false;
+#endif
+    const size_t before = peakResidentBytes();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(budgetFailure(bytes, tkb::MemoryBudget::DEFAULT_LIMIT),
+              tooLarge("the texts of its annotation arguments", "256 MiB"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    // The budget and room for the address sanitizer's shadow memory (about 310 MiB in all there),
+    // far below the gigabytes that the file asks for.
+    if (measured) {
+        EXPECT_LT(peakResidentBytes() - before, tkb::MemoryBudget::DEFAULT_LIMIT * 3 / 2);
+    }
 }

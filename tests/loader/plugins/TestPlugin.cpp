@@ -1,7 +1,9 @@
 // A plug-in with one factory of each type. Its knobs let a test watch the order of registration,
-// unregistration, factory deletion and unloading, and clean up factories the manager let go.
+// unregistration, factory deletion and unloading, and clean up factories the manager let go. With
+// KOVTEST_THROW_AFTER_REGISTERING its registration throws after adding its factories.
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include "kovx/ExtensionManager.h"
@@ -53,12 +55,6 @@ public:
     void decode(kovx::ContentPtrVector&, std::istream&) const override {}
 };
 
-class TestEncoder : public kovx::Encoder {
-public:
-    kov::ContentType getContentType() const override { return kov::CT_MODEL; }
-    void encode(const kovx::ContentPtrVector&, std::ostream&) const override {}
-};
-
 class TestAdaptor : public kovx::StreamAdaptor {
 public:
     boost::shared_ptr<std::istream> openInput(const kovx::URIPtr& uri) const override {
@@ -77,32 +73,20 @@ public:
     float getMerit() const override { return 3.0f; }
 };
 
-// Encoder that knows the option key "quality".
+// Only listed and deleted: it creates nothing.
 class TestEncoderFactory : public kovx::EncoderFactory, public Tracked {
 public:
     TestEncoderFactory() : Tracked(KOVTEST_PREFIX "Encoder") {}
     kovx::Extension* create() const override { return nullptr; }
-    kovx::Extension* create(const kov::AttributeMap*, void*) const override {
-        return new TestEncoder();
-    }
+    kovx::Extension* create(const kov::AttributeMap*, void*) const override { return nullptr; }
     const std::wstring& getID() const override { return mId; }
     const std::wstring& getName() const override { return mId; }
     const std::wstring& getDescription() const override { return mDescription; }
     kov::ContentType getContentType() const override { return kov::CT_MODEL; }
     float getMerit() const override { return 1.0f; }
     bool canHandleURI(kovx::URIPtr) const override { return false; }
-    bool checkOptionKeys(const kov::AttributeMap* options) const override {
-        for (const std::wstring& key : options ? options->getKeys() : std::vector<std::wstring>())
-            if (key != L"quality")
-                return false;
-        return true;
-    }
-    kovx::EncoderInfoPtr createEncoderInfo() const override {
-        boost::shared_ptr<kovx::EncoderInfo> info(new kovx::EncoderInfo);
-        info->id = mId;
-        info->defaultOptions.setInt(L"quality", 5);
-        return info;
-    }
+    bool checkOptionKeys(const kov::AttributeMap*) const override { return true; }
+    kovx::EncoderInfoPtr createEncoderInfo() const override { return {}; }
 
 private:
     std::wstring mId = wide(KOVTEST_PREFIX "Encoder");
@@ -136,6 +120,9 @@ KOVTEST_EXPORT void registerExtensionFactories(kovx::ExtensionManager* manager) 
     manager->addFactory(new TestDecoderFactory());
     manager->addFactory(new TestEncoderFactory());
     manager->addFactory(new TestAdaptorFactory());
+#ifdef KOVTEST_THROW_AFTER_REGISTERING
+    throw std::runtime_error("registration failed half-way");
+#endif
 }
 
 KOVTEST_EXPORT void unregisterExtensionFactories(kovx::ExtensionManager*) {

@@ -1,20 +1,12 @@
-#include "util/StringUtils.h"
-
 #include <cstring>
 #include <memory>
 
 #include <gtest/gtest.h>
 
-using util::StringUtils;
+#include "util/RuntimeErrorST.h"
+#include "util/StringUtils.h"
 
-TEST(StringUtilsTest, TablesHoldTheirCharacters) {
-    EXPECT_EQ(StringUtils::HEXTAB(), "0123456789ABCDEF");
-    EXPECT_EQ(StringUtils::HEXCHARS(), "0123456789ABCDEFabcdef");
-    EXPECT_EQ(StringUtils::HEXCHARS_W(), L"0123456789ABCDEFabcdef");
-    EXPECT_EQ(StringUtils::ALPHACHARS().size(), 52u);
-    EXPECT_EQ(StringUtils::DIGITS_W(), L"0123456789");
-    EXPECT_TRUE(StringUtils::EMPTY_STRING().empty());
-}
+using util::StringUtils;
 
 TEST(StringUtilsTest, Utf8ConversionRoundTripsAndSkipsWhatCannotBeEncoded) {
     const std::wstring wide = L"a\u00e9\u20ac\U0001F600";
@@ -66,4 +58,15 @@ TEST(StringUtilsTest, SmallHelpers) {
     EXPECT_EQ(StringUtils::parseHex("ff"), 255u);
     EXPECT_EQ(StringUtils::parseHex("DEADBEEF"), 0xDEADBEEFu);
     EXPECT_EQ(StringUtils::parseHex("zz"), 0u);
+}
+
+TEST(RuntimeErrorSTTest, IsARuntimeErrorThatRecordsTheStack) {
+    try {
+        throw util::RuntimeErrorST("not implemented");
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "not implemented");
+        const auto* st = dynamic_cast<const util::RuntimeErrorST*>(&e);
+        ASSERT_NE(st, nullptr);
+        EXPECT_FALSE(st->stackTrace().empty());
+    }
 }

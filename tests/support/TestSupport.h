@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "kovx/ExtensionManager.h"
+#include "kovx/URI.h"
+
+namespace kovtest {
+
+/// Collects everything written to std::cerr while it lives: the class file reader writes a line
+/// for every failure.
+class CerrCapture {
+public:
+    CerrCapture() : mOld(std::cerr.rdbuf(mBuffer.rdbuf())) {}
+    ~CerrCapture() { std::cerr.rdbuf(mOld); }
+    CerrCapture(const CerrCapture&) = delete;
+    CerrCapture& operator=(const CerrCapture&) = delete;
+    std::string text() const { return mBuffer.str(); }
+
+private:
+    std::ostringstream mBuffer;
+    std::streambuf* mOld;
+};
+
+/// The message of the E that body throws, or "" when it throws none.
+template <typename E = std::runtime_error, typename F> std::string errorOf(F&& body) {
+    try {
+        body();
+    } catch (const E& e) {
+        return e.what();
+    }
+    return "";
+}
+
+/// Expects text to equal the golden file at path. With KOVTEST_UPDATE_GOLDEN set in the
+/// environment it rewrites the file instead, for a deliberate change of the text.
+inline void expectGolden(const std::string& path, const std::string& text) {
+    if (std::getenv("KOVTEST_UPDATE_GOLDEN")) {
+        std::ofstream(path, std::ios::binary) << text;
+        return;
+    }
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_TRUE(in) << "missing golden file " << path;
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text) << path;
+}
+
+inline kovx::URIPtr uri(const std::string& text) {
+    return kovx::URIPtr(new kovx::URI(text));
+}
+
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+/// The manager's decoder ids as it lists them: "a;b;".
+inline std::wstring decoderIds(const kovx::ExtensionManager& manager) {
+    wchar_t ids[256];
+    size_t size = 256;
+    manager.listDecoderIds(ids, &size);
+    return ids;
+}
+
+} // namespace kovtest
