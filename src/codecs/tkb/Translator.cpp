@@ -1,7 +1,7 @@
 #include "codecs/tkb/Translator.h"
 
 #include <cstring>
-#include <map>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -70,6 +70,38 @@ template <typename... Args>
     throw kovx::StatusException(kov::STATUS_UNSUPPORTED_RULE_CONTENT);
 }
 
+// A method's name and descriptor, which stand for their concatenation: keys are equal when the
+// concatenations are, as they were when keys were concatenated strings.
+struct MethodKey {
+    std::string_view name;
+    std::string_view descriptor;
+};
+
+struct MethodKeyHash {
+    size_t operator()(const MethodKey& key) const {
+        uint64_t hash = 14695981039346656037ull; // FNV-1a over both parts, one after the other
+        for (std::string_view part : {key.name, key.descriptor})
+            for (char c : part)
+                hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+        return static_cast<size_t>(hash);
+    }
+};
+
+struct SameMethodKey {
+    bool operator()(const MethodKey& a, const MethodKey& b) const {
+        if (a.name.size() + a.descriptor.size() != b.name.size() + b.descriptor.size())
+            return false;
+        if (a.name.size() > b.name.size())
+            return (*this)(b, a);
+        // a.name is the shorter first part: a prefix of b.name, the rest of b.name starts
+        // a.descriptor, and b.descriptor ends it.
+        const size_t overlap = b.name.size() - a.name.size();
+        return b.name.compare(0, a.name.size(), a.name) == 0 &&
+               a.descriptor.compare(0, overlap, b.name.substr(a.name.size())) == 0 &&
+               a.descriptor.substr(overlap) == b.descriptor;
+    }
+};
+
 class Translator {
   public:
     Translator(kovx::TKBProgram& program, const ClassInfo& classFile, size_t memoryLimit)
@@ -92,18 +124,27 @@ class Translator {
     }
 
     void mapOwnMethods() {
+        mOwnMethods.reserve(mClass.methods.size());
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
-            std::string scratch;
-            mKey.assign(text(method.name_index, "a method name", scratch));
-            mKey += text(method.descriptor_index, "a method descriptor", scratch);
-            auto known = mOwnMethods.find(mKey);
+            std::string nameScratch;
+            std::string descriptorScratch;
+            MethodKey key{text(method.name_index, "a method name", nameScratch),
+                          text(method.descriptor_index, "a method descriptor", descriptorScratch)};
+            auto known = mOwnMethods.find(key);
             if (known != mOwnMethods.end()) {
                 known->second = static_cast<int32_t>(position);
                 continue;
             }
-            mBudget.charge(mKey.size(), "the keys of its own-method map");
-            mOwnMethods.emplace(mKey, static_cast<int32_t>(position));
+            const size_t size = key.name.size() + key.descriptor.size();
+            mBudget.charge(size, "the keys of its own-method map");
+            // A composed text lives in its scratch only: such a key keeps a copy of its own.
+            if (key.name.data() == nameScratch.data() ||
+                key.descriptor.data() == descriptorScratch.data()) {
+                mComposedKeys.push_back(std::string(key.name) + std::string(key.descriptor));
+                key = MethodKey{mComposedKeys.back(), std::string_view()};
+            }
+            mOwnMethods.emplace(key, static_cast<int32_t>(position));
         }
     }
 
@@ -173,7 +214,7 @@ class Translator {
         mKey += descriptor;
 
         // A method of this file, whatever class the reference names.
-        auto own = mOwnMethods.find(mKey);
+        auto own = mOwnMethods.find(MethodKey{name, descriptor});
         if (own != mOwnMethods.end()) {
             storeMethod(i, definedMethod(i, own->second, name, descriptor));
             return;
@@ -346,7 +387,9 @@ class Translator {
     const ConstantPool& mPool;
     const int32_t mPoolCount;
     /// Method name followed by descriptor -> position; the later of equal keys wins.
-    std::map<std::string, int32_t> mOwnMethods;
+    std::unordered_map<MethodKey, int32_t, MethodKeyHash, SameMethodKey> mOwnMethods;
+    /// The texts of keys that views into the input cannot hold.
+    std::deque<std::string> mComposedKeys;
     int32_t mBuiltinsClass = -1;
     /// Pool index -> name of every class entry whose name is an entry's own text (viewing the
     /// pool's input).
