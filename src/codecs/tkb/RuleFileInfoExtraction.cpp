@@ -214,19 +214,25 @@ bool presentationLess(const EntryImpl& a, const EntryImpl& b) {
 }
 
 // Stable sort by presentationLess. Entries are heavy to move, so the order is found on their
-// positions and then every entry moves into place once.
+// positions and then entries swap into place along the cycles of that order.
 void sortForPresentation(EntryImpl* entries, size_t count) {
     std::vector<size_t> order(count);
     std::iota(order.begin(), order.end(), size_t{0});
     std::stable_sort(order.begin(), order.end(), [entries](size_t a, size_t b) {
         return presentationLess(entries[a], entries[b]);
     });
-    std::vector<EntryImpl> sorted;
-    sorted.reserve(count);
-    for (size_t position : order)
-        sorted.push_back(std::move(entries[position]));
-    for (size_t i = 0; i < count; ++i)
-        entries[i] = std::move(sorted[i]);
+    // Position j receives the entry at order[j]; each swap settles one position of a cycle.
+    std::vector<bool> placed(count);
+    for (size_t start = 0; start < count; ++start) {
+        for (size_t j = start; !placed[j];) {
+            placed[j] = true;
+            const size_t from = order[j];
+            if (from == start)
+                break;
+            entries[j].swap(entries[from]);
+            j = from;
+        }
+    }
 }
 
 } // namespace
