@@ -31,6 +31,8 @@ public:
     /// Charges the wide copy of a UTF-8 text of utf8Size bytes, which has at most that many
     /// characters.
     void chargeWide(size_t utf8Size, const char* what) { charge(sizeof(wchar_t) * utf8Size, what); }
+    /// What has been charged so far.
+    size_t spent() const { return mLimit - mLeft; }
 
 private:
     [[noreturn]] void fail(const char* what) const;

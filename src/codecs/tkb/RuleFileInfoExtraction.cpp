@@ -156,9 +156,10 @@ void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
     }
 }
 
+// types is scratch room for the descriptor's type codes, reused from entry to entry.
 void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
                const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker,
-               MemoryBudget& budget) {
+               std::vector<int32_t>& types, MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
     std::string scratch;
     const std::string_view methodName =
@@ -166,7 +167,6 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
     budget.chargeWide(methodName.size(), "the names of its entries");
     entry.name = widen(entryName(methodName));
 
-    std::vector<int32_t> types;
     const int32_t count = parseMethodDescriptor(
         poolText(pool, method.descriptor_index, "a member descriptor", scratch, budget), &types);
     entry.returnType = types[0];
@@ -390,43 +390,59 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
         }
     }
 
+    // One look at every method's annotations finds the marks; the entries are filled from what it
+    // found. Texts composed from other pool entries were charged while looking; each is charged
+    // once more where the fill would have looked again, as when the fill looked for itself.
+    struct Marked {
+        const MethodInfo* method;
+        const AnnotationInfo* annotation;
+        size_t composedTexts;
+        size_t attributes;
+        size_t rules;
+        EntryKind last;
+    };
+    std::vector<Marked> marked;
     size_t attributeCount = 0;
     size_t ruleCount = 0;
     for (const auto& method : classFile.methods) {
         const auto* annotations = visibleAnnotations(method->attributes);
         if (!annotations)
             continue;
-        for (const auto& annotation : annotations->annotations)
-            if (isMarker(pool, *annotation, budget))
+        for (const auto& annotation : annotations->annotations) {
+            const size_t spentBefore = budget.spent();
+            Marked mark{method.get(), annotation.get(), 0, 0, 0, EntryKind::Attribute};
+            const bool marker = isMarker(pool, *annotation, budget);
+            if (marker)
                 forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
-                    ++(kind == EntryKind::Attribute ? attributeCount : ruleCount);
+                    ++(kind == EntryKind::Attribute ? mark.attributes : mark.rules);
+                    mark.last = kind;
                 });
+            mark.composedTexts = budget.spent() - spentBefore;
+            if (mark.attributes + mark.rules > 0 || mark.composedTexts > 0)
+                marked.push_back(mark);
+            attributeCount += mark.attributes;
+            ruleCount += mark.rules;
+        }
     }
     budget.charge(sizeof(EntryImpl) * (attributeCount + ruleCount),
                   "the entries of its rule file info");
     info->setNumAttributes(attributeCount);
     info->setNumRules(ruleCount);
 
+    // An annotation with several marks takes a slot for each and fills the last one.
     size_t nextAttribute = 0;
     size_t nextRule = 0;
-    for (const auto& method : classFile.methods) {
-        const auto* annotations = visibleAnnotations(method->attributes);
-        if (!annotations)
+    std::vector<int32_t> types;
+    for (const Marked& mark : marked) {
+        budget.charge(mark.composedTexts, "the texts composed from other pool entries");
+        if (mark.attributes + mark.rules == 0)
             continue;
-        const auto* locals = localVariables(*method);
-        for (const auto& annotation : annotations->annotations) {
-            if (!isMarker(pool, *annotation, budget))
-                continue;
-            EntryImpl* taken = nullptr;
-            forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
-                if (kind == EntryKind::Attribute && nextAttribute < info->numAttributes)
-                    taken = &info->attributes[nextAttribute++];
-                else if (kind == EntryKind::Rule && nextRule < info->numRules)
-                    taken = &info->rules[nextRule++];
-            });
-            if (taken)
-                fillEntry(classFile, *taken, *method, locals, *annotation, budget);
-        }
+        nextAttribute += mark.attributes;
+        nextRule += mark.rules;
+        EntryImpl& taken = mark.last == EntryKind::Attribute ? info->attributes[nextAttribute - 1]
+                                                             : info->rules[nextRule - 1];
+        fillEntry(classFile, taken, *mark.method, localVariables(*mark.method), *mark.annotation,
+                  types, budget);
     }
 
     sortForPresentation(info->attributes, info->numAttributes);
