@@ -368,7 +368,10 @@ class Translator {
                            sizeof(wchar_t) * (2 * method->name.size() + method->baseName.size() +
                                               2 * method->descriptor.size()),
                        "the method records of its method references");
-        std::wstring key = method->name + method->descriptor;
+        // Sized once: name + descriptor would allocate for the name and again for the whole.
+        std::wstring key;
+        key.reserve(method->name.size() + method->descriptor.size());
+        key.append(method->name).append(method->descriptor);
         store(i, TKBConstant::METHOD, std::move(method));
         mProgram.methodIndex.insert_or_assign(std::move(key), i);
     }
