@@ -2,7 +2,9 @@
 
 #include <cstring>
 #include <deque>
+#include <exception>
 #include <memory>
+#include <random>
 #include <string>
 #include <unordered_map>
 
@@ -77,9 +79,26 @@ struct MethodKey {
     std::string_view descriptor;
 };
 
+// A start for the key hash that no file can know, drawn once per process, so that a file cannot
+// pile its methods into one bucket and make every lookup walk them all.
+uint64_t processHashSeed() {
+    static const uint64_t seed = [] {
+        try {
+            std::random_device device;
+            return (static_cast<uint64_t>(device()) << 32) ^ device();
+        } catch (const std::exception&) {
+            return uint64_t{0};
+        }
+    }();
+    return seed;
+}
+
 struct MethodKeyHash {
+    uint64_t seed = processHashSeed();
+
     size_t operator()(const MethodKey& key) const {
-        uint64_t hash = 14695981039346656037ull; // FNV-1a over both parts, one after the other
+        // FNV-1a over both parts, one after the other, from a seeded start.
+        uint64_t hash = 14695981039346656037ull ^ seed;
         for (std::string_view part : {key.name, key.descriptor})
             for (char c : part)
                 hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
