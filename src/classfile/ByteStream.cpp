@@ -66,9 +66,13 @@ void ByteStream::readInput() {
     if (readable()) {
         std::streambuf& buffer = *stream.rdbuf();
         try {
+            // A stream buffer that tells what is left (a file, a buffer in memory) usually holds the
+            // whole input: room for exactly that, not a first block far larger than a small file.
             const std::streamsize hint = buffer.in_avail();
-            if (hint > 0)
-                ensureRoom(static_cast<size_t>(hint));
+            if (hint > 0) {
+                input->bytes.reset(new char[static_cast<size_t>(hint)]);
+                capacity = static_cast<size_t>(hint);
+            }
             while (!Traits::eq_int_type(buffer.sgetc(), Traits::eof())) {
                 const std::streamsize held = buffer.in_avail();
                 if (held <= 0) {
