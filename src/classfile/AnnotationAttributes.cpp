@@ -3,21 +3,26 @@
 #include <string>
 
 #include "classfile/ByteStream.h"
+#include "classfile/ConstantPool.h"
 
 namespace classfile {
 
 namespace {
 
+// An annotation: u2 type index and u2 pair count.
+constexpr size_t ANNOTATION_BYTES = 4;
+
 void readAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t count,
-                     std::vector<std::unique_ptr<AnnotationInfo>>& out) {
-    reserveForCount(out, count);
+                     AnnotationList& out) {
+    reserveForCount(out, pool.arena(), count, in.remaining(), ANNOTATION_BYTES);
+    ByteStream::Section section(in, "annotation ", 0);
     for (uint16_t i = 0; i < count; ++i) {
-        ByteStream::Section section(in, "annotation ", i);
-        out.push_back(std::make_unique<AnnotationInfo>(in, pool));
+        section.setNumber(i);
+        out.push_back(makeInArena<AnnotationInfo>(pool.arena(), in, pool));
     }
 }
 
-void printAnnotations(std::ostream& os, const std::vector<std::unique_ptr<AnnotationInfo>>& list) {
+void printAnnotations(std::ostream& os, const AnnotationList& list) {
     for (size_t i = 0; i < list.size(); ++i) {
         os << "\n          [" << i << "]={\n";
         list[i]->print(os);
@@ -58,9 +63,10 @@ AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(ByteS
 AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
     AttributeKind kind, ByteStream& in, const ConstantPool& pool_, uint16_t index_, uint32_t length)
     : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()) {
-    reserveForCount(parameter_annotations, num_parameters);
+    reserveForCount(parameter_annotations, pool_.arena(), num_parameters, in.remaining(), 2);
+    ByteStream::Section section(in, "the annotations of parameter ", 0);
     for (unsigned p = 0; p < num_parameters; ++p) {
-        ByteStream::Section section(in, "the annotations of parameter ", p);
+        section.setNumber(p);
         ParameterAnnotations parameter;
         parameter.num_annotations = in.readU2();
         readAnnotations(in, pool_, parameter.num_annotations, parameter.annotations);

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <vector>
 
 #include "classfile/AnnotationInfo.h"
 #include "classfile/Attribute.h"
@@ -15,7 +13,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t num_annotations;
-    std::vector<std::unique_ptr<AnnotationInfo>> annotations;
+    AnnotationList annotations;
 
 protected:
     AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in, const ConstantPool& pool,
@@ -37,7 +35,7 @@ public:
 /// The annotations of one method parameter.
 struct ParameterAnnotations {
     uint16_t num_annotations = 0;
-    std::vector<std::unique_ptr<AnnotationInfo>> annotations;
+    AnnotationList annotations;
 };
 
 /// Shared part of the two parameter annotation attributes: a u1 parameter count, then per parameter
@@ -47,7 +45,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint8_t num_parameters;
-    std::vector<ParameterAnnotations> parameter_annotations;
+    ArenaList<ParameterAnnotations> parameter_annotations;
 
 protected:
     AttributeRuntimeParameterAnnotations(AttributeKind kind, ByteStream& in,

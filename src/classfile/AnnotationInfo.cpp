@@ -8,11 +8,15 @@ namespace classfile {
 
 namespace {
 
+[[noreturn]] void failTooDeep() {
+    failRead("annotation nesting too deep",
+             formatText("Reading TKB failed: annotations nest deeper than %d levels",
+                        MAX_ANNOTATION_DEPTH));
+}
+
 void enterLevel(unsigned depth) {
     if (depth > MAX_ANNOTATION_DEPTH)
-        failRead("annotation nesting too deep",
-                 formatText("Reading TKB failed: annotations nest deeper than %d levels",
-                            MAX_ANNOTATION_DEPTH));
+        failTooDeep();
 }
 
 bool isConstantTag(uint8_t tag) {
@@ -37,9 +41,10 @@ AnnotationInfo::AnnotationInfo(ByteStream& in, const ConstantPool& pool_, unsign
     enterLevel(depth);
     type_index = in.readU2();
     num_element_value_pairs = in.readU2();
-    reserveForCount(element_value_pairs, num_element_value_pairs);
+    // A pair takes its u2 name index and its tag at least.
+    reserveForCount(element_value_pairs, pool_.arena(), num_element_value_pairs, in.remaining(), 3);
     for (uint16_t i = 0; i < num_element_value_pairs; ++i)
-        element_value_pairs.push_back(std::make_unique<ElementValue>(pool_, in, true, depth));
+        element_value_pairs.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, true, depth));
 }
 
 AnnotationInfo::~AnnotationInfo() = default;
@@ -67,13 +72,14 @@ ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named
     } else if (tag == 'c') {
         class_info_index = in.readU2();
     } else if (tag == '@') {
-        annotation_value = std::make_unique<AnnotationInfo>(in, pool_, depth + 1);
+        annotation_value = makeInArena<AnnotationInfo>(pool_.arena(), in, pool_, depth + 1);
     } else if (tag == '[') {
         enterLevel(depth + 1);
         num_values = in.readU2();
-        reserveForCount(values, num_values);
+        // A value takes its tag at least.
+        reserveForCount(values, pool_.arena(), num_values, in.remaining(), 1);
         for (uint16_t i = 0; i < num_values; ++i)
-            values.push_back(std::make_unique<ElementValue>(pool_, in, false, depth + 1));
+            values.push_back(makeInArena<ElementValue>(pool_.arena(), pool_, in, false, depth + 1));
     }
 }
 

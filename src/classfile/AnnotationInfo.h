@@ -1,15 +1,19 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <ostream>
-#include <vector>
+
+#include "classfile/Arena.h"
 
 namespace classfile {
 
 class ByteStream;
 class ConstantPool;
+class AnnotationInfo;
 class ElementValue;
+
+using AnnotationList = ArenaList<ArenaPtr<AnnotationInfo>>;
+using ElementValueList = ArenaList<ArenaPtr<ElementValue>>;
 
 /// Nesting of annotations and arrays beyond this many levels is refused.
 constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
@@ -30,7 +34,7 @@ public:
     /// Pool index of the type descriptor (a Utf8 entry in a well-formed file).
     uint16_t type_index;
     uint16_t num_element_value_pairs;
-    std::vector<std::unique_ptr<ElementValue>> element_value_pairs;
+    ElementValueList element_value_pairs;
 };
 
 /// One element value; named when read as a member of an annotation's pairs.
@@ -54,11 +58,12 @@ public:
     uint16_t type_name_index = 0;
     uint16_t const_name_index = 0;
     uint16_t class_info_index = 0;
-    /// Tag '@'.
-    std::unique_ptr<AnnotationInfo> annotation_value;
-    /// Tag '['.
+    /// Tag '['; declared here, with the other small fields, to keep the object small.
     uint16_t num_values = 0;
-    std::vector<std::unique_ptr<ElementValue>> values;
+    /// Tag '@'.
+    ArenaPtr<AnnotationInfo> annotation_value;
+    /// Tag '['.
+    ElementValueList values;
 };
 
 } // namespace classfile

@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <memory>
 #include <ostream>
-#include <string>
+#include <string_view>
+
+#include "classfile/Arena.h"
 
 namespace classfile {
 
@@ -47,7 +49,9 @@ public:
     /// Position in the attribute's list.
     uint16_t index;
     uint32_t attribute_length;
-    std::string name;
+    /// Views the pool's text of the name (or, for a name resolved through a reference, a copy in
+    /// the arena).
+    std::string_view name;
 
 protected:
     Attribute(AttributeKind kind, const ConstantPool& pool, uint16_t index, uint32_t length);
@@ -56,10 +60,17 @@ private:
     AttributeKind mKind;
 };
 
-/// The attribute factory: reads one attribute (header and payload) and returns it. The payload of a
-/// recognised kind is read by its structure, not by the declared length. StackMap attributes add an
-/// entry to the pool, hence the mutable pool. depth counts the enclosing Code attributes.
-std::unique_ptr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
-                                         unsigned depth = 0);
+using AttributeList = ArenaList<ArenaPtr<Attribute>>;
+
+/// The attribute factory: reads one attribute (header and payload) into the pool's arena and returns
+/// it. The payload of a recognised kind is read by its structure, not by the declared length.
+/// StackMap attributes add an entry to the pool, hence the mutable pool. depth counts the enclosing
+/// Code attributes.
+ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
+                                  unsigned depth = 0);
+
+/// Reads count attributes into list, each marked with its position.
+void readAttributes(ByteStream& in, uint16_t count, ConstantPool& pool, AttributeList& list,
+                    unsigned depth = 0);
 
 } // namespace classfile

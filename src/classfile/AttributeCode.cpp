@@ -21,25 +21,24 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
     code_length = static_cast<int32_t>(in.readU4());
     if (code_length > 0) {
         ByteStream::Section section(in, "the code bytes");
-        in.readBytes(code, static_cast<uint32_t>(code_length));
+        code = Bytes(in.readView(static_cast<uint32_t>(code_length)));
+        pool_.keepInput(in);
     }
     {
         ByteStream::Section section(in, "the exception table");
         exception_table_length = in.readU2();
-        reserveForCount(exceptions, exception_table_length);
+        reserveForCount(exceptions, pool_.arena(), exception_table_length, in.remaining(), 8);
         for (uint16_t i = 0; i < exception_table_length; ++i) {
             ExceptionInfo row{0, 0, 0, 0, &pool_};
             row.start_pc = in.readU2();
             row.end_pc = in.readU2();
             row.handler_pc = in.readU2();
             row.catch_type = in.readU2();
-            exceptions.push_back(row);
+            exceptions.emplace_back(row);
         }
     }
     attributes_count = in.readU2();
-    reserveForCount(attributes, attributes_count);
-    for (uint16_t i = 0; i < attributes_count; ++i)
-        attributes.push_back(readAttribute(in, i, pool_, depth + 1));
+    readAttributes(in, attributes_count, pool_, attributes, depth + 1);
 }
 
 void AttributeCode::print(std::ostream& os) const {

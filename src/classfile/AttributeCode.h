@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <vector>
 
 #include "classfile/Attribute.h"
+#include "classfile/Bytes.h"
 
 namespace classfile {
 
@@ -34,11 +33,12 @@ public:
     uint16_t max_locals;
     /// As read; 0 or negative means no code bytes.
     int32_t code_length;
-    std::vector<uint8_t> code;
+    /// Views the input.
+    Bytes code;
     uint16_t exception_table_length;
-    std::vector<ExceptionInfo> exceptions;
+    ArenaList<ExceptionInfo> exceptions;
     uint16_t attributes_count;
-    std::vector<std::unique_ptr<Attribute>> attributes;
+    AttributeList attributes;
 };
 
 } // namespace classfile

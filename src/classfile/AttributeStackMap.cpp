@@ -14,25 +14,26 @@ const char* tyName(uint8_t tag) {
     return tag < sizeof names / sizeof names[0] ? names[tag] : "?";
 }
 
-std::unique_ptr<StackMapEntry::Ty> readTy(ByteStream& in, const ConstantPool& pool) {
+ArenaPtr<StackMapEntry::Ty> readTy(ByteStream& in, const ConstantPool& pool) {
+    Arena& arena = pool.arena();
     const uint8_t tag = in.readU1();
     switch (tag) {
-    case 0: return std::make_unique<StackMapEntry::TyBogus>();
-    case 1: return std::make_unique<StackMapEntry::TyInteger>();
-    case 2: return std::make_unique<StackMapEntry::TyFloat>();
-    case 3: return std::make_unique<StackMapEntry::TyDouble>();
-    case 4: return std::make_unique<StackMapEntry::TyLong>();
-    case 5: return std::make_unique<StackMapEntry::TyNull>();
-    case 6: return std::make_unique<StackMapEntry::TyInitObject>();
-    case 7: return std::make_unique<StackMapEntry::TyObject>(in.readU2(), pool);
-    case 8: return std::make_unique<StackMapEntry::TyNewObject>(in.readU2());
+    case 0: return makeInArena<StackMapEntry::TyBogus>(arena);
+    case 1: return makeInArena<StackMapEntry::TyInteger>(arena);
+    case 2: return makeInArena<StackMapEntry::TyFloat>(arena);
+    case 3: return makeInArena<StackMapEntry::TyDouble>(arena);
+    case 4: return makeInArena<StackMapEntry::TyLong>(arena);
+    case 5: return makeInArena<StackMapEntry::TyNull>(arena);
+    case 6: return makeInArena<StackMapEntry::TyInitObject>(arena);
+    case 7: return makeInArena<StackMapEntry::TyObject>(arena, in.readU2(), pool);
+    case 8: return makeInArena<StackMapEntry::TyNewObject>(arena, in.readU2());
     default:
         failRead(
             formatText("Reading TKB failed: readTy() : Unknown type: %d", static_cast<int>(tag)));
     }
 }
 
-void printTypes(std::ostream& os, const std::vector<std::unique_ptr<StackMapEntry::Ty>>& types) {
+void printTypes(std::ostream& os, const ArenaList<ArenaPtr<StackMapEntry::Ty>>& types) {
     for (size_t i = 0; i < types.size(); ++i) {
         os << (i ? ", " : "");
         types[i]->print(os);
@@ -58,11 +59,11 @@ void StackMapEntry::TyNewObject::print(std::ostream& os) const {
 StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool) {
     offset = in.readU2();
     number_of_locals = in.readU2();
-    reserveForCount(locals, number_of_locals);
+    reserveForCount(locals, pool.arena(), number_of_locals, in.remaining(), 1);
     for (uint16_t i = 0; i < number_of_locals; ++i)
         locals.push_back(readTy(in, pool));
     number_of_stack_items = in.readU2();
-    reserveForCount(stack, number_of_stack_items);
+    reserveForCount(stack, pool.arena(), number_of_stack_items, in.remaining(), 1);
     for (uint16_t i = 0; i < number_of_stack_items; ++i)
         stack.push_back(readTy(in, pool));
 }
@@ -81,12 +82,14 @@ AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16
     // Every StackMap read appends its own name entry, which nothing refers to; the factory then
     // replaces name_index by the index from the file.
     name = "StackMap";
-    name_index = static_cast<uint16_t>(pool_.add(std::make_unique<CPEUtf8>(name)));
+    name_index = static_cast<uint16_t>(pool_.add(std::make_unique<CPEUtf8>(std::string(name))));
     number_of_entries = in.readU2();
-    reserveForCount(entries, number_of_entries);
+    reserveForCount(entries, pool_.arena(), number_of_entries, in.remaining(), 6);
+    ByteStream::Section section(in, "stack map entry ", 0);
     for (uint16_t i = 0; i < number_of_entries; ++i) {
-        ByteStream::Section section(in, "stack map entry ", i);
-        entries.emplace_back(in, pool_);
+        section.setNumber(i);
+        StackMapEntry entry(in, pool_);
+        entries.push_back(std::move(entry));
     }
 }
 

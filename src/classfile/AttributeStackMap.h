@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <vector>
 
 #include "classfile/Attribute.h"
 
@@ -69,9 +67,9 @@ public:
 
     uint16_t offset;
     uint16_t number_of_locals;
-    std::vector<std::unique_ptr<Ty>> locals;
+    ArenaList<ArenaPtr<Ty>> locals;
     uint16_t number_of_stack_items;
-    std::vector<std::unique_ptr<Ty>> stack;
+    ArenaList<ArenaPtr<Ty>> stack;
 };
 
 /// A StackMap attribute. Reading one adds a "StackMap" entry to the pool that nothing refers to.
@@ -81,7 +79,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t number_of_entries;
-    std::vector<StackMapEntry> entries;
+    ArenaList<StackMapEntry> entries;
 };
 
 } // namespace classfile

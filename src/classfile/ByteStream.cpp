@@ -1,6 +1,7 @@
 #include "classfile/ByteStream.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <cxxabi.h>
 
@@ -9,52 +10,20 @@
 namespace classfile {
 
 namespace {
-// Upper bound of one buffer growth step when reading a length-prefixed block.
+// Block reads of a stream that failed report the start of the 64 KiB piece they were at, as the
+// reader did when it read such blocks piece by piece.
 constexpr uint64_t CHUNK_SIZE = 64 * 1024;
+// First block of an input whose size the stream does not tell.
+constexpr size_t FIRST_BLOCK = 64 * 1024;
 } // namespace
 
-ByteStream::ByteStream(std::istream& in) : stream(in) {}
+ByteStream::ByteStream(std::istream& in) : stream(in) {
+    readInput();
+    mBegin = mPos = mInput->bytes.get();
+    mEnd = mBegin + mInput->size;
+}
 
 ByteStream::~ByteStream() = default;
-
-ByteStream::Section::Section(ByteStream& stream, const char* what) : mStream(stream) {
-    mStream.mSections.push_back({what, {}, "", 0, false});
-}
-
-ByteStream::Section::Section(ByteStream& stream, const char* what, uint64_t number)
-    : mStream(stream) {
-    mStream.mSections.push_back({what, {}, "", number, true});
-}
-
-ByteStream::Section::Section(ByteStream& stream, const char* before, std::string_view name,
-                             const char* after, uint64_t number)
-    : mStream(stream) {
-    mStream.mSections.push_back({before, name, after, number, true});
-}
-
-ByteStream::Section::~Section() {
-    mStream.mSections.pop_back();
-}
-
-void ByteStream::failEndOfInput(uint64_t atOffset) const {
-    std::string where;
-    for (auto it = mSections.rbegin(); it != mSections.rend(); ++it) {
-        where += where.empty() ? " while reading " : ", in ";
-        where += it->before;
-        where += it->name;
-        where += it->after;
-        if (it->numbered)
-            where += std::to_string(it->number);
-    }
-    if (where.empty())
-        where = " while reading the class file";
-    const std::string message =
-        "unexpected end of file at offset " + std::to_string(atOffset) + where;
-    failRead(message, "Reading TKB failed: " + message);
-}
-
-// Bytes come straight from the stream buffer, without the sentry that the stream's own get and
-// read build on every call; the stream's state bits end up as those calls would leave them.
 
 bool ByteStream::readable() {
     if (!stream.good()) {
@@ -76,92 +45,105 @@ void ByteStream::markBad() {
     }
 }
 
-void ByteStream::streamBufferFailed(std::ios_base::iostate state) {
-    markBad();
-    if (stream.exceptions() & std::ios_base::badbit)
-        throw;
-    stream.setstate(state);
-}
-
-void ByteStream::readInto(char* dest, size_t count) {
-    if (!readable())
-        failEndOfInput(mOffset);
-    uint64_t got = 0;
-    try {
-        got = static_cast<uint64_t>(
-            stream.rdbuf()->sgetn(dest, static_cast<std::streamsize>(count)));
-    } catch (const abi::__forced_unwind&) {
-        markBad();
-        throw;
-    } catch (...) {
-        streamBufferFailed(std::ios_base::goodbit);
-        failEndOfInput(mOffset);
-    }
-    if (got != count) {
-        stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
-        failEndOfInput(mOffset + got);
-    }
-    mOffset += count;
-}
-
-uint8_t ByteStream::readU1() {
+// Bytes come straight from the stream buffer, without the sentry that the stream's own read builds.
+// They are taken as much as the buffer holds at a time, never more: a stream buffer can then fail
+// only while it refills, before anything of the refill is lost, so the input ends exactly where it
+// failed. The buffer grows geometrically unless the stream buffer tells how much is left.
+void ByteStream::readInput() {
     using Traits = std::istream::traits_type;
-    if (!readable())
-        failEndOfInput(mOffset);
-    Traits::int_type c = Traits::eof();
-    try {
-        c = stream.rdbuf()->sbumpc();
-    } catch (const abi::__forced_unwind&) {
-        markBad();
-        throw;
-    } catch (...) {
-        streamBufferFailed(std::ios_base::failbit);
-        failEndOfInput(mOffset);
+    auto input = std::make_shared<Input>();
+    size_t capacity = 0;
+    const auto ensureRoom = [&](size_t room) {
+        if (capacity - input->size >= room)
+            return;
+        const size_t grown = std::max(input->size + room, std::max(capacity * 2, FIRST_BLOCK));
+        std::unique_ptr<char[]> bigger(new char[grown]);
+        if (input->size)
+            std::memcpy(bigger.get(), input->bytes.get(), input->size);
+        input->bytes = std::move(bigger);
+        capacity = grown;
+    };
+    if (readable()) {
+        std::streambuf& buffer = *stream.rdbuf();
+        try {
+            // A stream buffer that tells what is left (a file, a buffer in memory) usually holds the
+            // whole input: room for exactly that, not a first block far larger than a small file.
+            const std::streamsize hint = buffer.in_avail();
+            if (hint > 0) {
+                input->bytes.reset(new char[static_cast<size_t>(hint)]);
+                capacity = static_cast<size_t>(hint);
+            }
+            while (!Traits::eq_int_type(buffer.sgetc(), Traits::eof())) {
+                const std::streamsize held = buffer.in_avail();
+                if (held <= 0) {
+                    // A stream buffer without a get area of its own: one byte at a time.
+                    ensureRoom(1);
+                    input->bytes[input->size++] = Traits::to_char_type(buffer.sbumpc());
+                    continue;
+                }
+                ensureRoom(static_cast<size_t>(held));
+                input->size += static_cast<size_t>(
+                    buffer.sgetn(input->bytes.get() + input->size, held));
+            }
+        } catch (const abi::__forced_unwind&) {
+            markBad();
+            throw;
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (...) {
+            markBad();
+            if (stream.exceptions() & std::ios_base::badbit)
+                throw;
+            mEndedByError = true;
+        }
     }
-    if (Traits::eq_int_type(c, Traits::eof())) {
+    if (!input->bytes)
+        input->bytes.reset(new char[1]);
+    mInput = std::move(input);
+}
+
+void ByteStream::failShort(size_t count) {
+    // Two-byte reads were two one-byte reads: they end where the input does.
+    if (mEndedByError && count > 2)
+        failEndOfInput(offset());
+    failEndOfInput(mInput->size);
+}
+
+void ByteStream::failShortBlock(uint64_t count) {
+    (void)count;
+    if (mEndedByError) {
+        const uint64_t start = offset();
+        failEndOfInput(start + (mInput->size - start) / CHUNK_SIZE * CHUNK_SIZE);
+    }
+    failEndOfInput(mInput->size);
+}
+
+void ByteStream::failEndOfInput(uint64_t atOffset) {
+    if (!mEndedByError)
         stream.setstate(std::ios_base::eofbit | std::ios_base::failbit);
-        failEndOfInput(mOffset);
+    std::string where;
+    for (const Section* section = mTop; section; section = section->mOuter) {
+        where += where.empty() ? " while reading " : ", in ";
+        where += section->mBefore;
+        where += section->mName;
+        where += section->mAfter;
+        if (section->mNumbered)
+            where += std::to_string(section->mNumber);
     }
-    ++mOffset;
-    return static_cast<uint8_t>(Traits::to_char_type(c));
-}
-
-uint16_t ByteStream::readU2() {
-    const uint16_t high = readU1();
-    return static_cast<uint16_t>((high << 8) | readU1());
-}
-
-uint32_t ByteStream::readU4() {
-    unsigned char b[4];
-    readInto(reinterpret_cast<char*>(b), sizeof b);
-    return (uint32_t{b[0]} << 24) | (uint32_t{b[1]} << 16) | (uint32_t{b[2]} << 8) | uint32_t{b[3]};
-}
-
-uint64_t ByteStream::readU8() {
-    const uint64_t high = readU4();
-    return (high << 32) | readU4();
+    if (where.empty())
+        where = " while reading the class file";
+    const std::string message =
+        "unexpected end of file at offset " + std::to_string(atOffset) + where;
+    failRead(message, "Reading TKB failed: " + message);
 }
 
 void ByteStream::readBytes(std::vector<uint8_t>& out, uint64_t count) {
-    while (count > 0) {
-        const size_t chunk = static_cast<size_t>(std::min(count, CHUNK_SIZE));
-        const size_t start = out.size();
-        out.resize(start + chunk);
-        readInto(reinterpret_cast<char*>(out.data() + start), chunk);
-        count -= chunk;
-    }
+    const std::string_view bytes = readView(count);
+    out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
 std::string ByteStream::readString(uint64_t count) {
-    std::string out;
-    while (count > 0) {
-        const size_t chunk = static_cast<size_t>(std::min(count, CHUNK_SIZE));
-        const size_t start = out.size();
-        out.resize(start + chunk);
-        readInto(&out[start], chunk);
-        count -= chunk;
-    }
-    return out;
+    return std::string(readView(count));
 }
 
 } // namespace classfile

@@ -11,6 +11,9 @@ namespace classfile {
 namespace {
 
 constexpr uint32_t MAGIC = 0xCAFEBABE;
+// A field or method record without attributes: four u2.
+constexpr size_t MEMBER_BYTES = 8;
+constexpr size_t ATTRIBUTE_HEADER_BYTES = 6;
 
 void printEntry(std::ostream& os, const ConstantPoolEntry* entry) {
     if (entry)
@@ -70,7 +73,7 @@ void ClassInfo::readClassIndices(ByteStream& in) {
         interfacesCountRead = true;
     }
     ByteStream::Section section(in, "the interface table");
-    reserveForCount(interfaces, interfaces_count);
+    reserveForCount(interfaces, interfaces_count, in.remaining(), 2);
     for (uint16_t i = 0; i < interfaces_count; ++i)
         interfaces.push_back(constant_pool->get(in.readU2()));
 }
@@ -81,20 +84,25 @@ void ClassInfo::readMembers(ByteStream& in) {
         fields_count = in.readU2();
         fieldsCountRead = true;
     }
-    reserveForCount(fields, fields_count);
-    for (uint16_t i = 0; i < fields_count; ++i) {
-        ByteStream::Section section(in, "field ", i);
-        fields.push_back(std::make_unique<FieldInfo>(in, i, *this));
+    Arena& arena = constant_pool->arena();
+    reserveForCount(fields, fields_count, in.remaining(), MEMBER_BYTES);
+    {
+        ByteStream::Section section(in, "field ", 0);
+        for (uint16_t i = 0; i < fields_count; ++i) {
+            section.setNumber(i);
+            fields.push_back(makeInArena<FieldInfo>(arena, in, i, *this));
+        }
     }
     {
         ByteStream::Section section(in, "the method count");
         methods_count = in.readU2();
         methodsCountRead = true;
     }
-    reserveForCount(methods, methods_count);
+    reserveForCount(methods, methods_count, in.remaining(), MEMBER_BYTES);
+    ByteStream::Section section(in, "method ", 0);
     for (uint16_t i = 0; i < methods_count; ++i) {
-        ByteStream::Section section(in, "method ", i);
-        methods.push_back(std::make_unique<MethodInfo>(in, i, *this));
+        section.setNumber(i);
+        methods.push_back(makeInArena<MethodInfo>(arena, in, i, *this));
     }
 }
 
@@ -104,9 +112,11 @@ void ClassInfo::readAttributes(ByteStream& in) {
         attributes_count = in.readU2();
         attributesCountRead = true;
     }
-    reserveForCount(attributes, attributes_count);
+    reserveForCount(attributes, constant_pool->arena(), attributes_count, in.remaining(),
+                    ATTRIBUTE_HEADER_BYTES);
+    ByteStream::Section section(in, "class attribute ", 0);
     for (uint16_t i = 0; i < attributes_count; ++i) {
-        ByteStream::Section section(in, "class attribute ", i);
+        section.setNumber(i);
         attributes.push_back(readAttribute(in, i, *constant_pool));
         if (attributes.back()->kind() == AttributeKind::Synthetic)
             isSynthetic = true;

@@ -5,6 +5,8 @@
 #include <ostream>
 #include <vector>
 
+#include "classfile/Arena.h"
+
 #include "classfile/Attribute.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/MemberInfo.h"
@@ -44,11 +46,11 @@ public:
     uint16_t interfaces_count = 0;
     std::vector<const ConstantPoolEntry*> interfaces;
     uint16_t fields_count = 0;
-    std::vector<std::unique_ptr<FieldInfo>> fields;
+    std::vector<ArenaPtr<FieldInfo>> fields;
     uint16_t methods_count = 0;
-    std::vector<std::unique_ptr<MethodInfo>> methods;
+    std::vector<ArenaPtr<MethodInfo>> methods;
     uint16_t attributes_count = 0;
-    std::vector<std::unique_ptr<Attribute>> attributes;
+    AttributeList attributes;
 
     // Section-read flags, set in this order as reading proceeds.
     bool headerRead = false;

@@ -15,7 +15,7 @@ const char* const LINE_START = "\n            ";
 // Bounds-checked big-endian reads within the code bytes.
 class CodeCursor {
 public:
-    CodeCursor(const std::vector<uint8_t>& code, size_t pos) : mCode(code), mPos(pos) {}
+    CodeCursor(Bytes code, size_t pos) : mCode(code), mPos(pos) {}
 
     bool u1(uint32_t& out) { return read(1, out); }
     bool u2(uint32_t& out) { return read(2, out); }
@@ -61,7 +61,7 @@ private:
         return true;
     }
 
-    const std::vector<uint8_t>& mCode;
+    Bytes mCode;
     size_t mPos;
 };
 
@@ -200,7 +200,7 @@ Outcome printOperands(std::ostream& os, int32_t kind, size_t pc, CodeCursor& in,
 
 } // namespace
 
-void printCodeListing(std::ostream& os, const std::vector<uint8_t>& code,
+void printCodeListing(std::ostream& os, Bytes code,
                       const ConstantPool& pool) {
     const OpcodeTable& table = OpcodeTable::instance();
     size_t pc = 0;

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 #include <ostream>
-#include <vector>
+
+#include "classfile/Bytes.h"
 
 namespace classfile {
 
@@ -11,6 +12,6 @@ class ConstantPool;
 /// Writes the instruction listing of a method's code: one "\n            <pc>: <mnemonic>
 /// <operands>" per instruction, pool operands shown through the entries' display forms. An
 /// instruction whose operands run past the end of the code gets a marker and ends the listing.
-void printCodeListing(std::ostream& os, const std::vector<uint8_t>& code, const ConstantPool& pool);
+void printCodeListing(std::ostream& os, Bytes code, const ConstantPool& pool);
 
 } // namespace classfile

@@ -1,6 +1,7 @@
 #include "classfile/ConstantPool.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iostream>
 
 #include "classfile/ByteStream.h"
@@ -15,6 +16,7 @@ namespace {
 // Legitimate chains are at most three deep (member reference, class, name).
 constexpr unsigned MAX_RESOLVE_DEPTH = 8;
 thread_local unsigned resolveDepth = 0;
+
 
 class ResolveDepthGuard {
 public:
@@ -31,39 +33,35 @@ public:
     ResolveDepthGuard& operator=(const ResolveDepthGuard&) = delete;
 };
 
-std::unique_ptr<ConstantPoolEntry> readEntry(ByteStream& in, ConstantTag tag) {
+ArenaPtr<ConstantPoolEntry> readEntry(ByteStream& in, ConstantTag tag, Arena& arena) {
     switch (tag) {
     case ConstantTag::Utf8: {
         const uint16_t length = in.readU2();
-        return std::make_unique<CPEUtf8>(in.readString(length));
+        return makeInArena<CPEUtf8>(arena, InputText{in.readView(length)});
     }
     case ConstantTag::Unicode: {
         const uint32_t length = in.readU4();
-        std::vector<uint8_t> bytes;
-        in.readBytes(bytes, length);
-        return std::make_unique<CPEUnicode>(std::move(bytes));
+        return makeInArena<CPEUnicode>(arena, InputText{in.readView(length)});
     }
     case ConstantTag::Integer:
-        return std::make_unique<CPEInteger>(static_cast<int32_t>(in.readU4()));
+        return makeInArena<CPEInteger>(arena, static_cast<int32_t>(in.readU4()));
     case ConstantTag::Float: {
         const uint32_t bits = in.readU4();
         float value;
         static_assert(sizeof value == sizeof bits, "float must be 32-bit IEEE 754");
-        std::copy_n(reinterpret_cast<const char*>(&bits), sizeof bits,
-                    reinterpret_cast<char*>(&value));
-        return std::make_unique<CPEFloat>(value);
+        std::memcpy(&value, &bits, sizeof bits);
+        return makeInArena<CPEFloat>(arena, value);
     }
-    case ConstantTag::Long: return std::make_unique<CPELong>(static_cast<int64_t>(in.readU8()));
+    case ConstantTag::Long: return makeInArena<CPELong>(arena, static_cast<int64_t>(in.readU8()));
     case ConstantTag::Double: {
         const uint64_t bits = in.readU8();
         double value;
         static_assert(sizeof value == sizeof bits, "double must be 64-bit IEEE 754");
-        std::copy_n(reinterpret_cast<const char*>(&bits), sizeof bits,
-                    reinterpret_cast<char*>(&value));
-        return std::make_unique<CPEDouble>(value);
+        std::memcpy(&value, &bits, sizeof bits);
+        return makeInArena<CPEDouble>(arena, value);
     }
-    case ConstantTag::Class: return std::make_unique<CPEClass>(in.readU2());
-    case ConstantTag::String: return std::make_unique<CPEString>(in.readU2());
+    case ConstantTag::Class: return makeInArena<CPEClass>(arena, in.readU2());
+    case ConstantTag::String: return makeInArena<CPEString>(arena, in.readU2());
     case ConstantTag::FieldRef:
     case ConstantTag::MethodRef:
     case ConstantTag::InterfaceMethodRef:
@@ -71,12 +69,12 @@ std::unique_ptr<ConstantPoolEntry> readEntry(ByteStream& in, ConstantTag tag) {
         const uint16_t first = in.readU2();
         const uint16_t second = in.readU2();
         if (tag == ConstantTag::FieldRef)
-            return std::make_unique<CPEFieldRef>(first, second);
+            return makeInArena<CPEFieldRef>(arena, first, second);
         if (tag == ConstantTag::MethodRef)
-            return std::make_unique<CPEMethodRef>(first, second);
+            return makeInArena<CPEMethodRef>(arena, first, second);
         if (tag == ConstantTag::InterfaceMethodRef)
-            return std::make_unique<CPEInterfaceMethodRef>(first, second);
-        return std::make_unique<CPENameAndType>(first, second);
+            return makeInArena<CPEInterfaceMethodRef>(arena, first, second);
+        return makeInArena<CPENameAndType>(arena, first, second);
     }
     }
     return nullptr;
@@ -111,19 +109,21 @@ const char* primitiveName(char code) {
 
 } // namespace
 
-ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count) : owner(owner_) {
+ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count)
+    : owner(owner_), mInputs{in.input()} {
     entries.resize(count);
     if (count < 2)
         return;
     uint32_t i = 1;
+    ByteStream::Section section(in, "the constant pool entry at index ", i);
     while (i < count) {
-        ByteStream::Section section(in, "the constant pool entry at index ", i);
+        section.setNumber(i);
         const uint8_t tag = in.readU1();
         if (tag == 0 || tag > static_cast<uint8_t>(ConstantTag::NameAndType)) {
             std::cerr << "Unknown tag @ " << i << ":" << static_cast<int>(tag) << ":" << std::endl;
             throw util::RuntimeErrorST("Unknown tag");
         }
-        auto entry = readEntry(in, static_cast<ConstantTag>(tag));
+        auto entry = readEntry(in, static_cast<ConstantTag>(tag), mArena);
         entry->index = i;
         entry->pool = this;
         const bool wide = entry->isWide();
@@ -133,10 +133,6 @@ ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count) : 
 }
 
 ConstantPool::~ConstantPool() = default;
-
-const ConstantPoolEntry* ConstantPool::get(uint32_t index) const {
-    return index < entries.size() ? entries[index].get() : nullptr;
-}
 
 const ConstantPoolEntry& ConstantPool::at(uint32_t index, const char* what) const {
     if (index >= entries.size())
@@ -167,15 +163,8 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
     return entry.getValue();
 }
 
-const std::string& ConstantPool::textAt(uint32_t index, const char* what,
-                                        std::string& scratch) const {
-    const ConstantPoolEntry* entry = get(index);
-    if (entry && resolveDepth < MAX_RESOLVE_DEPTH) {
-        if (entry->tag() == ConstantTag::Utf8)
-            return static_cast<const CPEUtf8*>(entry)->value;
-        if (entry->tag() == ConstantTag::Unicode)
-            return static_cast<const CPEUnicode*>(entry)->value;
-    }
+std::string_view ConstantPool::textOfOtherEntry(uint32_t index, const char* what,
+                                                std::string& scratch) const {
     scratch = valueAt(index, what);
     return scratch;
 }
@@ -200,6 +189,17 @@ std::string ConstantPool::displayValue(uint32_t index) const {
     }
 }
 
+void ConstantPool::keepInput(const ByteStream& in) const {
+    if (mInputs.back() != in.input())
+        mInputs.push_back(in.input());
+}
+
+uint8_t& ConstantPool::attributeKindOf(uint32_t index) const {
+    if (mAttributeKinds.size() <= index)
+        mAttributeKinds.resize(std::max<size_t>(size(), index + 1));
+    return mAttributeKinds[index];
+}
+
 uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     entry->pool = this;
     // Slot 0 stays empty even in a pool that was read with a count of 0.
@@ -221,7 +221,8 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     std::cerr.flush();
     entries.resize(newSize);
     entry->index = newIndex;
-    entries[newIndex] = std::move(entry);
+    entries[newIndex] = ArenaPtr<ConstantPoolEntry>(entry.get());
+    mAdded.push_back(std::move(entry));
     if (owner)
         owner->constant_pool_count = static_cast<uint16_t>(newSize);
     return newIndex;

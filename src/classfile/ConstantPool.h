@@ -5,16 +5,20 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "classfile/Arena.h"
+#include "classfile/ByteStream.h"
 #include "classfile/ConstantPoolEntry.h"
 
 namespace classfile {
 
-class ByteStream;
 class ClassInfo;
 
-/// The constant pool of one class file: owns its entries, indexed from 1 as in the file.
+/// The constant pool of one class file: owns its entries, indexed from 1 as in the file, and the
+/// arena in which they and every other object read from the file live, together with the inputs
+/// whose bytes they view.
 class ConstantPool {
 public:
     /// The format's pool indices are 16-bit; the pool never grows past this many slots.
@@ -32,7 +36,9 @@ public:
     ConstantPool& operator=(const ConstantPool&) = delete;
 
     /// The entry at index, or null for an empty slot or an index outside the pool.
-    const ConstantPoolEntry* get(uint32_t index) const;
+    const ConstantPoolEntry* get(uint32_t index) const {
+        return index < entries.size() ? entries[index].get() : nullptr;
+    }
     /// Checked lookup for indices that come from the file: raises a runtime error naming what and
     /// the index when the index lies outside the pool or names an empty slot.
     const ConstantPoolEntry& at(uint32_t index, const char* what) const;
@@ -47,8 +53,19 @@ public:
     /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
     std::string valueAt(uint32_t index, const char* what) const;
     /// valueAt without a copy where none is needed: the own text of a Utf8 or Unicode entry,
-    /// otherwise valueAt's result, kept in scratch. Fails as valueAt does.
-    const std::string& textAt(uint32_t index, const char* what, std::string& scratch) const;
+    /// otherwise valueAt's result, kept in scratch. Fails as valueAt does. (Utf8 and Unicode texts
+    /// refer to nothing, so they need no guard against reference cycles; textAt is never part of a
+    /// chain of references.)
+    std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
+        const ConstantPoolEntry* entry = get(index);
+        if (entry) {
+            if (entry->tag() == ConstantTag::Utf8)
+                return static_cast<const CPEUtf8*>(entry)->value;
+            if (entry->tag() == ConstantTag::Unicode)
+                return static_cast<const CPEUnicode*>(entry)->value;
+        }
+        return textOfOtherEntry(index, what, scratch);
+    }
     /// Counts bytes of pool text that a record keeps a copy of; raises a runtime error naming what
     /// once the copies of this pool's file pass MAX_COPIED_TEXT.
     void countCopiedText(size_t bytes, const char* what);
@@ -62,6 +79,14 @@ public:
     /// constant_pool_count equal to the new size. Writes one warning line per existing slot.
     uint32_t add(std::unique_ptr<ConstantPoolEntry> entry);
 
+    /// Where the objects read with this pool live.
+    Arena& arena() const { return mArena; }
+    /// Keeps the input of in alive as long as the pool, for objects that view its bytes.
+    void keepInput(const ByteStream& in) const;
+    /// The attribute kind that the name at index was found to name, plus one; 0 while unknown.
+    /// The attribute factory looks each name up once.
+    uint8_t& attributeKindOf(uint32_t index) const;
+
     /// The pool listing.
     void print(std::ostream& os) const;
 
@@ -72,12 +97,20 @@ public:
 
     /// The class being read; not owned, may be null.
     ClassInfo* owner;
-    /// Owned entries by pool index; slot 0 and the slot after a long or double are empty.
-    std::vector<std::unique_ptr<ConstantPoolEntry>> entries;
+    /// Entries by pool index; slot 0 and the slot after a long or double are empty.
+    std::vector<ArenaPtr<ConstantPoolEntry>> entries;
     /// The class file's this_class index.
     uint32_t thisClassIndex = 0;
 
 private:
+    std::string_view textOfOtherEntry(uint32_t index, const char* what,
+                                      std::string& scratch) const;
+
+    mutable std::vector<std::shared_ptr<const ByteStream::Input>> mInputs;
+    mutable Arena mArena;
+    /// The entries that add took over; entries refers to them.
+    std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
+    mutable std::vector<uint8_t> mAttributeKinds;
     size_t mCopiedText = 0;
 
     [[noreturn]] static void failWrongKind(uint32_t index, const char* what, ConstantTag found,

@@ -128,7 +128,20 @@ bool operator!=(const ConstantPoolEntry& a, const ConstantPoolEntry& b) {
 
 // CPEUtf8, CPEUnicode
 
-CPEUtf8::CPEUtf8(std::string v) : ConstantPoolEntry(TAG), value(std::move(v)) {}
+namespace {
+
+// A copy of text that the entry owns, and the view of it.
+std::string_view ownCopy(std::unique_ptr<char[]>& storage, std::string_view text) {
+    storage.reset(new char[text.size() + 1]);
+    std::memcpy(storage.get(), text.data(), text.size());
+    return std::string_view(storage.get(), text.size());
+}
+
+} // namespace
+
+CPEUtf8::CPEUtf8(std::string v) : ConstantPoolEntry(TAG) {
+    value = ownCopy(mOwnText, v);
+}
 
 void CPEUtf8::print(std::ostream& os) const {
     os << "{tag=Utf8; value=\"" << value << "\"}";
@@ -138,8 +151,11 @@ bool CPEUtf8::equals(const ConstantPoolEntry& other) const {
     return other.tag() == TAG && static_cast<const CPEUtf8&>(other).value == value;
 }
 
-CPEUnicode::CPEUnicode(std::vector<uint8_t> b)
-    : ConstantPoolEntry(TAG), bytes(std::move(b)), value(bytes.begin(), bytes.end()) {}
+CPEUnicode::CPEUnicode(std::vector<uint8_t> b) : ConstantPoolEntry(TAG) {
+    value = ownCopy(mOwnText,
+                    std::string_view(reinterpret_cast<const char*>(b.data()), b.size()));
+    bytes = Bytes(value);
+}
 
 void CPEUnicode::print(std::ostream& os) const {
     os << value << "[Unicode]";

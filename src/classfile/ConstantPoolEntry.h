@@ -1,9 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "classfile/Bytes.h"
 
 namespace classfile {
 
@@ -51,8 +55,9 @@ public:
     /// "Utf8", "Class", ... for messages.
     static const char* tagName(ConstantTag tag);
 
-    uint32_t index = 0;
     const ConstantPool* pool = nullptr;
+    /// Declared after pool so that it shares a word with the tag.
+    uint32_t index = 0;
 
 protected:
     explicit ConstantPoolEntry(ConstantTag tag) : mTag(tag) {}
@@ -68,30 +73,47 @@ private:
 bool operator==(const ConstantPoolEntry& a, const ConstantPoolEntry& b);
 bool operator!=(const ConstantPoolEntry& a, const ConstantPoolEntry& b);
 
+/// Text that an entry read from a file views in place: it lives in the input.
+struct InputText {
+    std::string_view text;
+};
+
 class CPEUtf8 : public ConstantPoolEntry {
 public:
     static constexpr ConstantTag TAG = ConstantTag::Utf8;
+    /// An entry with its own copy of the text.
     explicit CPEUtf8(std::string value);
+    explicit CPEUtf8(InputText text) : ConstantPoolEntry(TAG), value(text.text) {}
     /// Final: ConstantPool::textAt hands out value itself in its place.
-    std::string getValue() const final { return value; }
+    std::string getValue() const final { return std::string(value); }
     void print(std::ostream& os) const override;
     bool equals(const ConstantPoolEntry& other) const override;
 
     /// The raw bytes; modified UTF-8 is not decoded.
-    std::string value;
+    std::string_view value;
+
+private:
+    std::unique_ptr<char[]> mOwnText;
 };
 
 class CPEUnicode : public ConstantPoolEntry {
 public:
     static constexpr ConstantTag TAG = ConstantTag::Unicode;
+    /// An entry with its own copy of the bytes.
     explicit CPEUnicode(std::vector<uint8_t> bytes);
+    explicit CPEUnicode(InputText text)
+        : ConstantPoolEntry(TAG), bytes(text.text), value(text.text) {}
     /// Final: ConstantPool::textAt hands out value itself in its place.
-    std::string getValue() const final { return value; }
+    std::string getValue() const final { return std::string(value); }
     void print(std::ostream& os) const override;
     bool equals(const ConstantPoolEntry& other) const override;
 
-    std::vector<uint8_t> bytes;
-    std::string value;
+    Bytes bytes;
+    /// The same bytes as text.
+    std::string_view value;
+
+private:
+    std::unique_ptr<char[]> mOwnText;
 };
 
 class CPEInteger : public ConstantPoolEntry {

@@ -7,7 +7,8 @@
 
 namespace classfile {
 
-MemberInfo::MemberInfo(uint16_t index_, ClassInfo& owner_) : index(index_), owner(&owner_) {}
+MemberInfo::MemberInfo(uint16_t index_, ClassInfo& owner_)
+    : index(index_), owner(&owner_) {}
 
 MemberInfo::~MemberInfo() = default;
 
@@ -16,11 +17,9 @@ void MemberInfo::read(ByteStream& in) {
     name_index = in.readU2();
     descriptor_index = in.readU2();
     attributes_count = in.readU2();
-    reserveForCount(attributes, attributes_count);
-    for (uint32_t i = 0; i < attributes_count; ++i) {
-        attributes.push_back(readAttribute(in, static_cast<uint16_t>(i), *owner->constant_pool));
-        onAttribute(*attributes.back());
-    }
+    readAttributes(in, static_cast<uint16_t>(attributes_count), *owner->constant_pool, attributes);
+    for (const auto& attribute : attributes)
+        onAttribute(*attribute);
 }
 
 void MemberInfo::onAttribute(const Attribute& attribute) {

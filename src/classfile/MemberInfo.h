@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "classfile/Attribute.h"
 
@@ -32,7 +30,7 @@ public:
     uint16_t name_index = 0;
     uint16_t descriptor_index = 0;
     uint32_t attributes_count = 0;
-    std::vector<std::unique_ptr<Attribute>> attributes;
+    AttributeList attributes;
     /// The class being read; not owned.
     ClassInfo* owner;
     bool isSynthetic = false;

@@ -1,6 +1,7 @@
 #include "classfile/SimpleAttributes.h"
 
 #include "classfile/ByteStream.h"
+#include "classfile/ConstantPool.h"
 
 namespace classfile {
 
@@ -16,9 +17,9 @@ void AttributeConstantValue::print(std::ostream& os) const {
 AttributeExceptions::AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index,
                                          uint32_t length)
     : Attribute(AttributeKind::Exceptions, pool, index, length), number_of_exceptions(in.readU2()) {
-    reserveForCount(exception_index_table, number_of_exceptions);
+    reserveForCount(exception_index_table, pool.arena(), number_of_exceptions, in.remaining(), 2);
     for (uint16_t i = 0; i < number_of_exceptions; ++i)
-        exception_index_table.push_back(in.readU2());
+        exception_index_table.emplace_back(in.readU2());
 }
 
 AttributeSynthetic::AttributeSynthetic(const ConstantPool& pool, uint16_t index)
@@ -38,8 +39,10 @@ AttributeDeprecated::AttributeDeprecated(const ConstantPool& pool, uint16_t inde
 AttributeUnknown::AttributeUnknown(ByteStream& in, const ConstantPool& pool, uint16_t index,
                                    uint32_t length)
     : Attribute(AttributeKind::Unknown, pool, index, length) {
-    if (static_cast<int32_t>(length) > 0)
-        in.readBytes(info, length);
+    if (static_cast<int32_t>(length) > 0) {
+        info = Bytes(in.readView(length));
+        pool.keepInput(in);
+    }
 }
 
 } // namespace classfile

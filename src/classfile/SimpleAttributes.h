@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "classfile/Attribute.h"
+#include "classfile/Bytes.h"
 
 namespace classfile {
 
@@ -22,7 +22,7 @@ public:
     AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
 
     uint16_t number_of_exceptions;
-    std::vector<uint16_t> exception_index_table;
+    ArenaList<uint16_t> exception_index_table;
 };
 
 /// Marks its field, method or class as synthetic; no payload.
@@ -51,7 +51,8 @@ public:
     /// The length is taken as signed: 0 or a negative length reads nothing.
     AttributeUnknown(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
 
-    std::vector<uint8_t> info;
+    /// Views the input.
+    Bytes info;
 };
 
 } // namespace classfile

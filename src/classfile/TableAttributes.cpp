@@ -2,20 +2,21 @@
 
 #include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
+#include "classfile/ConstantPool.h"
 
 namespace classfile {
 
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
                                              uint16_t index, uint32_t length)
     : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
-    reserveForCount(classes, number_of_classes);
+    reserveForCount(classes, pool.arena(), number_of_classes, in.remaining(), 8);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
         row.inner_class_info_index = in.readU2();
         row.outer_class_info_index = in.readU2();
         row.inner_name_index = in.readU2();
         row.inner_class_access_flags = in.readU2();
-        classes.push_back(row);
+        classes.emplace_back(row);
     }
 }
 
@@ -36,10 +37,10 @@ AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const Constan
                                                    uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LineNumberTable, pool, index, length),
       line_number_table_length(in.readU2()) {
-    reserveForCount(line_number_table, line_number_table_length);
+    reserveForCount(line_number_table, pool.arena(), line_number_table_length, in.remaining(), 4);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
         const uint16_t startPc = in.readU2();
-        line_number_table.push_back({i, startPc, in.readU2()});
+        line_number_table.emplace_back(LineNumberInfo{i, startPc, in.readU2()});
     }
 }
 
@@ -57,7 +58,7 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
                                                          uint16_t index, uint32_t length)
     : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
       local_variable_table_length(in.readU2()) {
-    reserveForCount(local_variable_table, local_variable_table_length);
+    reserveForCount(local_variable_table, pool.arena(), local_variable_table_length, in.remaining(), 10);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {
         LocalVariableInfo row{i, 0, 0, 0, 0, 0};
         row.start_pc = in.readU2();
@@ -65,7 +66,7 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
         row.name_index = in.readU2();
         row.descriptor_index = in.readU2();
         row.index = in.readU2();
-        local_variable_table.push_back(row);
+        local_variable_table.emplace_back(row);
     }
 }
 

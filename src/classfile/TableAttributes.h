@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "classfile/Attribute.h"
 
@@ -26,7 +25,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t number_of_classes;
-    std::vector<InnerClassInfo> classes;
+    ArenaList<InnerClassInfo> classes;
 };
 
 struct LineNumberInfo {
@@ -42,7 +41,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t line_number_table_length;
-    std::vector<LineNumberInfo> line_number_table;
+    ArenaList<LineNumberInfo> line_number_table;
 };
 
 struct LocalVariableInfo {
@@ -62,7 +61,7 @@ public:
     void print(std::ostream& os) const override;
 
     uint16_t local_variable_table_length;
-    std::vector<LocalVariableInfo> local_variable_table;
+    ArenaList<LocalVariableInfo> local_variable_table;
 };
 
 } // namespace classfile

@@ -1,5 +1,6 @@
 #include "util/StringUtils.h"
 
+#include <cstddef>
 #include <cstring>
 #include <cwchar>
 #include <sstream>
@@ -30,7 +31,17 @@ const std::wstring& StringUtils::HEXCHARS_W() { static const std::wstring s = HE
 
 std::string StringUtils::toUTF8FromUTF32(const std::wstring& s) { return utf_to_utf<char>(s, skip); }
 
-std::wstring StringUtils::toUTF32FromUTF8(const std::string& s) { return utf_to_utf<wchar_t>(s, skip); }
+std::wstring StringUtils::toUTF32FromUTF8(std::string_view s) {
+    // Rule file texts are nearly all ASCII, which widens byte for byte in one allocation. An
+    // ASCII byte always ends a character, so the rest decodes the same on its own.
+    size_t ascii = 0;
+    while (ascii < s.size() && static_cast<unsigned char>(s[ascii]) < 0x80)
+        ++ascii;
+    std::wstring out(s.begin(), s.begin() + static_cast<std::ptrdiff_t>(ascii));
+    if (ascii < s.size())
+        out += utf_to_utf<wchar_t>(s.data() + ascii, s.data() + s.size(), skip);
+    return out;
+}
 
 wchar_t* StringUtils::toUTF32FromUTF8Array(const std::string& s) {
     const std::wstring w = toUTF32FromUTF8(s);

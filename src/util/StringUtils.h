@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace util {
 
@@ -24,7 +25,7 @@ public:
     /// UTF-8 encoding of a wide string; code points that cannot be encoded are skipped.
     static std::string toUTF8FromUTF32(const std::wstring& s);
     /// Wide string of a UTF-8 text; invalid sequences are skipped.
-    static std::wstring toUTF32FromUTF8(const std::string& s);
+    static std::wstring toUTF32FromUTF8(std::string_view s);
     /// As above, as a new NUL-terminated array that the caller frees with delete[].
     static wchar_t* toUTF32FromUTF8Array(const std::string& s);
 

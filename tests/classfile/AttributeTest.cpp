@@ -61,7 +61,8 @@ TEST(AttributeTest, EmptyCodeUnknownNamesAndNegativeLengths) {
     EXPECT_TRUE(attributeAt<AttributeCode>(*info, 0).code.empty());
     EXPECT_EQ(8, attributeAt<AttributeCode>(*info, 0).exceptions.at(0).catch_type);
     EXPECT_EQ(INT32_MIN, attributeAt<AttributeCode>(*info, 1).code_length);
-    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}), attributeAt<AttributeUnknown>(*info, 2).info);
+    const auto& unknown = attributeAt<AttributeUnknown>(*info, 2).info;
+    EXPECT_EQ((std::vector<uint8_t>{9, 8, 7}), std::vector<uint8_t>(unknown.begin(), unknown.end()));
     EXPECT_TRUE(attributeAt<AttributeUnknown>(*info, 3).info.empty());
 }
 

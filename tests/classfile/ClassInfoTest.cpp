@@ -1,5 +1,8 @@
 // Reading and printing whole class files, and how reading them fails.
 #include <functional>
+#include <istream>
+#include <stdexcept>
+#include <streambuf>
 
 #include <gtest/gtest.h>
 
@@ -214,6 +217,52 @@ TEST(TruncationTest, HugeDeclaredSizesFailAtTheEndOfInput) {
         const std::string error = errorOf([&] { readClass(w.bytes()); });
         EXPECT_NE(std::string::npos, error.find(expected)) << error;
     }
+}
+
+// Hands out the first limit bytes of data, then fails the way a broken device would.
+class FailingBuffer : public std::streambuf {
+public:
+    FailingBuffer(std::string data, size_t limit) : mData(std::move(data)), mLimit(limit) {}
+
+protected:
+    int_type underflow() override {
+        if (mGiven >= mLimit)
+            throw std::runtime_error("device failed");
+        char* at = &mData[mGiven];
+        setg(at, at, at + 1);
+        ++mGiven;
+        return traits_type::to_int_type(*at);
+    }
+
+private:
+    std::string mData;
+    size_t mLimit;
+    size_t mGiven = 0;
+};
+
+TEST(TruncationTest, AFailingStreamEndsTheInputWhereItFailed) {
+    const std::vector<uint8_t> bytes = minimalClass().bytes();
+    const std::string data(bytes.begin(), bytes.end());
+    CerrCapture err;
+    // Inside a four-byte read the message names where that read began, inside two-byte reads
+    // where input ended.
+    for (const auto& [limit, offset] : {std::pair<size_t, size_t>{2, 0}, {9, 9}, {12, 12}}) {
+        FailingBuffer buffer(data, limit);
+        std::istream in(&buffer);
+        const std::string message = errorOf([&] {
+            ByteStream stream(in);
+            ClassInfo info(stream);
+        });
+        EXPECT_EQ(0u, message.find("Reading TKB failed: unexpected end of file at offset " +
+                                   std::to_string(offset) + " "))
+            << limit << ": " << message;
+        EXPECT_TRUE(in.bad());
+    }
+    // A stream that asks for exceptions on bad gets the stream buffer's own.
+    FailingBuffer buffer(data, 5);
+    std::istream in(&buffer);
+    in.exceptions(std::ios_base::badbit);
+    EXPECT_EQ("device failed", errorOf([&] { ByteStream stream(in); }));
 }
 
 } // namespace

@@ -20,7 +20,9 @@ protected:
 
     std::string listing(const std::vector<uint8_t>& code) {
         std::ostringstream out;
-        printCodeListing(out, code, *pool);
+        printCodeListing(
+            out, Bytes(std::string_view(reinterpret_cast<const char*>(code.data()), code.size())),
+            *pool);
         return out.str();
     }
 

@@ -1,6 +1,5 @@
 #include "codecs/tkb/MemoryBudget.h"
 
-#include "classfile/ConstantPool.h"
 #include "util/RuntimeErrorST.h"
 
 namespace tkb {
@@ -17,21 +16,11 @@ std::string sizeText(size_t bytes) {
 
 } // namespace
 
-void MemoryBudget::charge(size_t bytes, const char* what) {
-    if (bytes > mLeft)
-        throw util::RuntimeErrorST("TKB file is too large to translate: " + std::string(what) +
-                                   " would take more than " + sizeText(mLimit) +
-                                   " of memory (all copies of shared file data in one decode "
-                                   "count together); the file is damaged or hostile.");
-    mLeft -= bytes;
-}
-
-const std::string& poolText(const classfile::ConstantPool& pool, uint32_t index, const char* what,
-                            std::string& scratch, MemoryBudget& budget) {
-    const std::string& text = pool.textAt(index, what, scratch);
-    if (&text == &scratch)
-        budget.charge(text.size(), "the texts composed from other pool entries");
-    return text;
+void MemoryBudget::fail(const char* what) const {
+    throw util::RuntimeErrorST("TKB file is too large to translate: " + std::string(what) +
+                               " would take more than " + sizeText(mLimit) +
+                               " of memory (all copies of shared file data in one decode "
+                               "count together); the file is damaged or hostile.");
 }
 
 } // namespace tkb

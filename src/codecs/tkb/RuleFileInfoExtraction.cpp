@@ -28,8 +28,8 @@ using classfile::ClassInfo;
 using classfile::ConstantPool;
 using classfile::ElementValue;
 using classfile::MethodInfo;
-using ElementList = std::vector<std::unique_ptr<ElementValue>>;
-using AttributeList = std::vector<std::unique_ptr<Attribute>>;
+using ElementList = classfile::ElementValueList;
+using AttributeList = classfile::AttributeList;
 
 // Views, so that comparisons look at the lengths first.
 constexpr std::string_view NAME_ELEMENT = "name";
@@ -40,7 +40,7 @@ constexpr std::wstring_view GROUP_ANNOTATION = L"$Group";
 constexpr std::wstring_view START_RULE_ANNOTATION = L"$StartRule";
 constexpr double START_RULE_BONUS = 1000000.0;
 
-std::wstring widen(const std::string& s) {
+std::wstring widen(std::string_view s) {
     return util::StringUtils::toUTF32FromUTF8(s);
 }
 
@@ -79,20 +79,20 @@ const ElementList& nestedOf(const AnnotationInfo& marker) {
 }
 
 // The texts of element names and values; scratch holds the text when it is not a pool entry's own.
-const std::string& elementName(const ConstantPool& pool, const ElementValue& pair,
-                               std::string& scratch, MemoryBudget& budget) {
+std::string_view elementName(const ConstantPool& pool, const ElementValue& pair,
+                             std::string& scratch, MemoryBudget& budget) {
     return poolText(pool, pair.element_name_index, "an element name", scratch, budget);
 }
 
-const std::string& elementText(const ConstantPool& pool, const ElementValue& value,
-                               std::string& scratch, MemoryBudget& budget) {
+std::string_view elementText(const ConstantPool& pool, const ElementValue& value,
+                             std::string& scratch, MemoryBudget& budget) {
     return poolText(pool, value.const_value_index, "an element value", scratch, budget);
 }
 
 // The wide copy of an element value's text, charged as what.
 std::wstring wideText(const ConstantPool& pool, const ElementValue& value, std::string& scratch,
                       MemoryBudget& budget, const char* what) {
-    const std::string& text = elementText(pool, value, scratch, budget);
+    const std::string_view text = elementText(pool, value, scratch, budget);
     budget.chargeWide(text.size(), what);
     return widen(text);
 }
@@ -112,7 +112,7 @@ void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Me
         for (const auto& pair : value->annotation_value->element_value_pairs) {
             if (elementName(pool, *pair, nameScratch, budget) != NAME_ELEMENT)
                 continue;
-            const std::string& mark = elementText(pool, *pair, markScratch, budget);
+            const std::string_view mark = elementText(pool, *pair, markScratch, budget);
             if (mark == ATTRIBUTE_MARK)
                 take(EntryKind::Attribute);
             else if (mark == RULE_MARK)
@@ -156,17 +156,17 @@ void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
     }
 }
 
+// types is scratch room for the descriptor's type codes, reused from entry to entry.
 void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
                const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker,
-               MemoryBudget& budget) {
+               std::vector<int32_t>& types, MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
     std::string scratch;
-    const std::string& methodName =
+    const std::string_view methodName =
         poolText(pool, method.name_index, "a member name", scratch, budget);
     budget.chargeWide(methodName.size(), "the names of its entries");
     entry.name = widen(entryName(methodName));
 
-    std::vector<int32_t> types;
     const int32_t count = parseMethodDescriptor(
         poolText(pool, method.descriptor_index, "a member descriptor", scratch, budget), &types);
     entry.returnType = types[0];
@@ -178,8 +178,8 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
         if (locals && static_cast<size_t>(k) < locals->local_variable_table.size()) {
-            const std::string& name = poolText(pool, locals->local_variable_table[k].name_index,
-                                               "a parameter name", scratch, budget);
+            const std::string_view name = poolText(pool, locals->local_variable_table[k].name_index,
+                                                   "a parameter name", scratch, budget);
             budget.chargeWide(name.size(), "the parameter names of its entries");
             parameter.name = widen(name);
         } else {
@@ -214,24 +214,30 @@ bool presentationLess(const EntryImpl& a, const EntryImpl& b) {
 }
 
 // Stable sort by presentationLess. Entries are heavy to move, so the order is found on their
-// positions and then every entry moves into place once.
+// positions and then entries swap into place along the cycles of that order.
 void sortForPresentation(EntryImpl* entries, size_t count) {
     std::vector<size_t> order(count);
     std::iota(order.begin(), order.end(), size_t{0});
     std::stable_sort(order.begin(), order.end(), [entries](size_t a, size_t b) {
         return presentationLess(entries[a], entries[b]);
     });
-    std::vector<EntryImpl> sorted;
-    sorted.reserve(count);
-    for (size_t position : order)
-        sorted.push_back(std::move(entries[position]));
-    for (size_t i = 0; i < count; ++i)
-        entries[i] = std::move(sorted[i]);
+    // Position j receives the entry at order[j]; each swap settles one position of a cycle.
+    std::vector<bool> placed(count);
+    for (size_t start = 0; start < count; ++start) {
+        for (size_t j = start; !placed[j];) {
+            placed[j] = true;
+            const size_t from = order[j];
+            if (from == start)
+                break;
+            entries[j].swap(entries[from]);
+            j = from;
+        }
+    }
 }
 
 } // namespace
 
-int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t>* types) {
+int32_t parseMethodDescriptor(std::string_view descriptor, std::vector<int32_t>* types) {
     constexpr int32_t NO_CODE = -1;
     // Reads the type at pos and moves pos past it.
     auto readType = [&descriptor](size_t& pos) -> int32_t {
@@ -285,8 +291,8 @@ int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t
     return count;
 }
 
-std::string entryName(const std::string& methodName) {
-    std::string name = methodName;
+std::string entryName(std::string_view methodName) {
+    std::string name(methodName);
     const size_t first = name.find('$');
     if (first != std::string::npos)
         std::replace(name.begin() + first + 1, name.end(), '$', '.');
@@ -308,7 +314,7 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     std::string nameScratch;
     std::string textScratch;
     for (const auto& pair : nested.element_value_pairs) {
-        const std::string& name = elementName(pool, *pair, nameScratch, budget);
+        const std::string_view name = elementName(pool, *pair, nameScratch, budget);
         if (name == NAME_ELEMENT) {
             annotation.name =
                 wideText(pool, *pair, textScratch, budget, "the names of its annotations");
@@ -384,43 +390,59 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
         }
     }
 
+    // One look at every method's annotations finds the marks; the entries are filled from what it
+    // found. Texts composed from other pool entries were charged while looking; each is charged
+    // once more where the fill would have looked again, as when the fill looked for itself.
+    struct Marked {
+        const MethodInfo* method;
+        const AnnotationInfo* annotation;
+        size_t composedTexts;
+        size_t attributes;
+        size_t rules;
+        EntryKind last;
+    };
+    std::vector<Marked> marked;
     size_t attributeCount = 0;
     size_t ruleCount = 0;
     for (const auto& method : classFile.methods) {
         const auto* annotations = visibleAnnotations(method->attributes);
         if (!annotations)
             continue;
-        for (const auto& annotation : annotations->annotations)
-            if (isMarker(pool, *annotation, budget))
+        for (const auto& annotation : annotations->annotations) {
+            const size_t spentBefore = budget.spent();
+            Marked mark{method.get(), annotation.get(), 0, 0, 0, EntryKind::Attribute};
+            const bool marker = isMarker(pool, *annotation, budget);
+            if (marker)
                 forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
-                    ++(kind == EntryKind::Attribute ? attributeCount : ruleCount);
+                    ++(kind == EntryKind::Attribute ? mark.attributes : mark.rules);
+                    mark.last = kind;
                 });
+            mark.composedTexts = budget.spent() - spentBefore;
+            if (mark.attributes + mark.rules > 0 || mark.composedTexts > 0)
+                marked.push_back(mark);
+            attributeCount += mark.attributes;
+            ruleCount += mark.rules;
+        }
     }
     budget.charge(sizeof(EntryImpl) * (attributeCount + ruleCount),
                   "the entries of its rule file info");
     info->setNumAttributes(attributeCount);
     info->setNumRules(ruleCount);
 
+    // An annotation with several marks takes a slot for each and fills the last one.
     size_t nextAttribute = 0;
     size_t nextRule = 0;
-    for (const auto& method : classFile.methods) {
-        const auto* annotations = visibleAnnotations(method->attributes);
-        if (!annotations)
+    std::vector<int32_t> types;
+    for (const Marked& mark : marked) {
+        budget.charge(mark.composedTexts, "the texts composed from other pool entries");
+        if (mark.attributes + mark.rules == 0)
             continue;
-        const auto* locals = localVariables(*method);
-        for (const auto& annotation : annotations->annotations) {
-            if (!isMarker(pool, *annotation, budget))
-                continue;
-            EntryImpl* taken = nullptr;
-            forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
-                if (kind == EntryKind::Attribute && nextAttribute < info->numAttributes)
-                    taken = &info->attributes[nextAttribute++];
-                else if (kind == EntryKind::Rule && nextRule < info->numRules)
-                    taken = &info->rules[nextRule++];
-            });
-            if (taken)
-                fillEntry(classFile, *taken, *method, locals, *annotation, budget);
-        }
+        nextAttribute += mark.attributes;
+        nextRule += mark.rules;
+        EntryImpl& taken = mark.last == EntryKind::Attribute ? info->attributes[nextAttribute - 1]
+                                                             : info->rules[nextRule - 1];
+        fillEntry(classFile, taken, *mark.method, localVariables(*mark.method), *mark.annotation,
+                  types, budget);
     }
 
     sortForPresentation(info->attributes, info->numAttributes);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class AnnotationImpl;
@@ -26,11 +27,11 @@ extern const char* const MARKER_ANNOTATION_TYPE;
 /// types is resized to one slot per descriptor character plus one, all kov::VT_UNKNOWN, then slot 0
 /// receives the return type and slot k + 1 the type of parameter k. An array mark "[" counts as a
 /// parameter of its own and gets no code, so "([I)V" has two parameters.
-int32_t parseMethodDescriptor(const std::string& descriptor, std::vector<int32_t>* types = nullptr);
+int32_t parseMethodDescriptor(std::string_view descriptor, std::vector<int32_t>* types = nullptr);
 
 /// The entry name of a method: everything up to the first "$" is kept, every later "$" becomes
 /// "." ("a$b$c" gives "a$b.c").
-std::string entryName(const std::string& methodName);
+std::string entryName(std::string_view methodName);
 
 /// Fills annotation from one nested annotation of a marker ("name", "types", "names", "bvals",
 /// "dvals", "svals"). Pool lookups go through classFile's pool and fail as the reader's do; the

@@ -1,8 +1,10 @@
 #include "codecs/tkb/Translator.h"
 
 #include <cstring>
-#include <map>
+#include <deque>
+#include <exception>
 #include <memory>
+#include <random>
 #include <string>
 #include <unordered_map>
 
@@ -47,15 +49,15 @@ constexpr int32_t LOCAL_INT_OR_BOOL = 0;
 constexpr int32_t LOCAL_DOUBLE = 1;
 constexpr int32_t LOCAL_OBJECT = 2;
 
-std::wstring widen(const std::string& s) {
+std::wstring widen(std::string_view s) {
     return util::StringUtils::toUTF32FromUTF8(s);
 }
 
-bool startsWith(const std::string& s, const char* prefix) {
+bool startsWith(std::string_view s, const char* prefix) {
     return s.compare(0, std::strlen(prefix), prefix) == 0;
 }
 
-bool endsWith(const std::string& s, const char* suffix) {
+bool endsWith(std::string_view s, const char* suffix) {
     const size_t n = std::strlen(suffix);
     return s.size() >= n && s.compare(s.size() - n, n, suffix) == 0;
 }
@@ -69,6 +71,55 @@ template <typename... Args>
     }
     throw kovx::StatusException(kov::STATUS_UNSUPPORTED_RULE_CONTENT);
 }
+
+// A method's name and descriptor, which stand for their concatenation: keys are equal when the
+// concatenations are, as they were when keys were concatenated strings.
+struct MethodKey {
+    std::string_view name;
+    std::string_view descriptor;
+};
+
+// A start for the key hash that no file can know, drawn once per process, so that a file cannot
+// pile its methods into one bucket and make every lookup walk them all.
+uint64_t processHashSeed() {
+    static const uint64_t seed = [] {
+        try {
+            std::random_device device;
+            return (static_cast<uint64_t>(device()) << 32) ^ device();
+        } catch (const std::exception&) {
+            return uint64_t{0};
+        }
+    }();
+    return seed;
+}
+
+struct MethodKeyHash {
+    uint64_t seed = processHashSeed();
+
+    size_t operator()(const MethodKey& key) const {
+        // FNV-1a over both parts, one after the other, from a seeded start.
+        uint64_t hash = 14695981039346656037ull ^ seed;
+        for (std::string_view part : {key.name, key.descriptor})
+            for (char c : part)
+                hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+        return static_cast<size_t>(hash);
+    }
+};
+
+struct SameMethodKey {
+    bool operator()(const MethodKey& a, const MethodKey& b) const {
+        if (a.name.size() + a.descriptor.size() != b.name.size() + b.descriptor.size())
+            return false;
+        if (a.name.size() > b.name.size())
+            return (*this)(b, a);
+        // a.name is the shorter first part: a prefix of b.name, the rest of b.name starts
+        // a.descriptor, and b.descriptor ends it.
+        const size_t overlap = b.name.size() - a.name.size();
+        return b.name.compare(0, a.name.size(), a.name) == 0 &&
+               a.descriptor.compare(0, overlap, b.name.substr(a.name.size())) == 0 &&
+               a.descriptor.substr(overlap) == b.descriptor;
+    }
+};
 
 class Translator {
   public:
@@ -87,23 +138,32 @@ class Translator {
   private:
     // Any entry with a value serves as a text, not only a Utf8 one; scratch holds a text that is
     // no entry's own.
-    const std::string& text(uint32_t index, const char* what, std::string& scratch) {
+    std::string_view text(uint32_t index, const char* what, std::string& scratch) {
         return poolText(mPool, index, what, scratch, mBudget);
     }
 
     void mapOwnMethods() {
+        mOwnMethods.reserve(mClass.methods.size());
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
-            std::string scratch;
-            mKey.assign(text(method.name_index, "a method name", scratch));
-            mKey += text(method.descriptor_index, "a method descriptor", scratch);
-            auto known = mOwnMethods.find(mKey);
+            std::string nameScratch;
+            std::string descriptorScratch;
+            MethodKey key{text(method.name_index, "a method name", nameScratch),
+                          text(method.descriptor_index, "a method descriptor", descriptorScratch)};
+            auto known = mOwnMethods.find(key);
             if (known != mOwnMethods.end()) {
                 known->second = static_cast<int32_t>(position);
                 continue;
             }
-            mBudget.charge(mKey.size(), "the keys of its own-method map");
-            mOwnMethods.emplace(mKey, static_cast<int32_t>(position));
+            const size_t size = key.name.size() + key.descriptor.size();
+            mBudget.charge(size, "the keys of its own-method map");
+            // A composed text lives in its scratch only: such a key keeps a copy of its own.
+            if (key.name.data() == nameScratch.data() ||
+                key.descriptor.data() == descriptorScratch.data()) {
+                mComposedKeys.push_back(std::string(key.name) + std::string(key.descriptor));
+                key = MethodKey{mComposedKeys.back(), std::string_view()};
+            }
+            mOwnMethods.emplace(key, static_cast<int32_t>(position));
         }
     }
 
@@ -114,9 +174,9 @@ class Translator {
                 continue;
             const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
             std::string scratch;
-            const std::string& name = text(classEntry.name_index, "a class name", scratch);
-            if (&name != &scratch)
-                mClassNames[static_cast<uint32_t>(i)] = &name;
+            const std::string_view name = text(classEntry.name_index, "a class name", scratch);
+            if (name.data() != scratch.data())
+                mClassNames[static_cast<uint32_t>(i)] = name;
             if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
                 startsWith(name, BUILTINS_CLASS_PREFIX) && endsWith(name, BUILTINS_CLASS_SUFFIX))
                 mBuiltinsClass = i;
@@ -134,7 +194,7 @@ class Translator {
             case ConstantTag::String: {
                 const auto& string = static_cast<const classfile::CPEString&>(*entry);
                 std::string scratch;
-                const std::string& value = text(string.string_index, "a string value", scratch);
+                const std::string_view value = text(string.string_index, "a string value", scratch);
                 mBudget.chargeWide(value.size(), "its string constants");
                 store(i, TKBConstant::STRING,
                       std::make_unique<boost::shared_ptr<std::wstring>>(
@@ -166,14 +226,14 @@ class Translator {
         const classfile::CPENameAndType& nameAndType = ref.nameAndType();
         std::string nameScratch;
         std::string descriptorScratch;
-        const std::string& name = text(nameAndType.name_index, "a method name", nameScratch);
-        const std::string& descriptor =
+        const std::string_view name = text(nameAndType.name_index, "a method name", nameScratch);
+        const std::string_view descriptor =
             text(nameAndType.descriptor_index, "a method descriptor", descriptorScratch);
         mKey.assign(name);
         mKey += descriptor;
 
         // A method of this file, whatever class the reference names.
-        auto own = mOwnMethods.find(mKey);
+        auto own = mOwnMethods.find(MethodKey{name, descriptor});
         if (own != mOwnMethods.end()) {
             storeMethod(i, definedMethod(i, own->second, name, descriptor));
             return;
@@ -197,7 +257,7 @@ class Translator {
                                 static_cast<int>(ref.classIndex));
             // The returned type's simple name: "...;)Lcom/velmor/gc/Type;" gives "Type".
             const size_t slash = descriptor.rfind('/');
-            std::string type = descriptor.substr(slash == std::string::npos ? 0 : slash + 1);
+            std::string type(descriptor.substr(slash == std::string::npos ? 0 : slash + 1));
             if (!type.empty())
                 type.pop_back();
             mBudget.charge(type.size(), "the names of its enumeration types");
@@ -220,8 +280,8 @@ class Translator {
         const classfile::CPEClass& classEntry = ref.classEntry();
         auto known = mClassNames.find(classEntry.index);
         std::string classScratch;
-        const std::string& className =
-            known != mClassNames.end() ? *known->second
+        const std::string_view className =
+            known != mClassNames.end() ? known->second
                                        : text(classEntry.name_index, "a class name", classScratch);
         if (ref.classIndex == OWN_CLASS_INDEX) {
             mProgram.fieldRefs.push_back(i);
@@ -230,22 +290,22 @@ class Translator {
         const size_t slash = className.rfind('/');
         mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
         std::string fieldScratch;
-        const std::string& field = text(ref.nameAndType().name_index, "a field name", fieldScratch);
+        const std::string_view field =
+            text(ref.nameAndType().name_index, "a field name", fieldScratch);
 
         const EnumValueMap& enums = *getEnumValueMap();
         auto type = enums.find(mKey);
         if (type == enums.end())
             throw util::RuntimeErrorST("No enum '" + mKey + "' found in map!");
-        auto member = type->second.find(field);
+        auto member = type->second.find(std::string(field));
         const int32_t value = member == type->second.end() ? -1 : member->second;
         mBudget.chargeWide(mKey.size() + 1 + field.size(), "its enumeration values");
         store(i, TKBConstant::ENUM_VALUE,
               std::make_unique<boost::shared_ptr<kovx::TKB::Enum>>(
-                  boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + field))));
+                  boost::make_shared<kovx::TKB::Enum>(value, widen(mKey + "." + std::string(field)))));
     }
 
-    static void setNames(TKBMethod& method, const std::string& name,
-                         const std::string& descriptor) {
+    static void setNames(TKBMethod& method, std::string_view name, std::string_view descriptor) {
         method.name = widen(name);
         const size_t dollar = method.name.find(L'$');
         if (dollar != std::wstring::npos)
@@ -253,8 +313,8 @@ class Translator {
         method.descriptor = widen(descriptor);
     }
 
-    std::unique_ptr<TKBMethod> definedMethod(int32_t i, int32_t position, const std::string& name,
-                                             const std::string& descriptor) {
+    std::unique_ptr<TKBMethod> definedMethod(int32_t i, int32_t position, std::string_view name,
+                                             std::string_view descriptor) {
         const classfile::MethodInfo& info = *mClass.methods[static_cast<size_t>(position)];
         const classfile::AttributeCode* code = nullptr;
         for (const auto& attribute : info.attributes) {
@@ -271,7 +331,7 @@ class Translator {
         method->methodPosition = position;
         method->undefined = 0;
         method->maxStack = code->max_stack;
-        method->code = code->code;
+        method->code.assign(code->code.begin(), code->code.end());
         // The count is the same for every table; a long descriptor is read once, not per table.
         bool counted = false;
         for (const auto& attribute : code->attributes) {
@@ -287,8 +347,8 @@ class Translator {
             method->localSlots = 0;
             std::string scratch;
             for (size_t k = 0; k < table.local_variable_table.size(); ++k) {
-                const std::string& local = text(table.local_variable_table[k].descriptor_index,
-                                                "a local variable descriptor", scratch);
+                const std::string_view local = text(table.local_variable_table[k].descriptor_index,
+                                                    "a local variable descriptor", scratch);
                 if (local == "I" || local == "Z") {
                     method->localTypes[k] = LOCAL_INT_OR_BOOL;
                     method->localSlots += 1;
@@ -299,7 +359,7 @@ class Translator {
                     method->localTypes[k] = LOCAL_OBJECT;
                     method->localSlots += 1;
                 } else {
-                    failUnsupported("TKB file: Datatype '%s' not supported.", local);
+                    failUnsupported("TKB file: Datatype '%s' not supported.", std::string(local));
                 }
             }
         }
@@ -308,8 +368,8 @@ class Translator {
         return method;
     }
 
-    static std::unique_ptr<TKBMethod> undefinedMethod(int32_t i, const std::string& name,
-                                                      const std::string& descriptor) {
+    static std::unique_ptr<TKBMethod> undefinedMethod(int32_t i, std::string_view name,
+                                                      std::string_view descriptor) {
         auto method = std::make_unique<TKBMethod>();
         method->poolIndex = i;
         method->methodPosition = -1;
@@ -327,7 +387,10 @@ class Translator {
                            sizeof(wchar_t) * (2 * method->name.size() + method->baseName.size() +
                                               2 * method->descriptor.size()),
                        "the method records of its method references");
-        std::wstring key = method->name + method->descriptor;
+        // Sized once: name + descriptor would allocate for the name and again for the whole.
+        std::wstring key;
+        key.reserve(method->name.size() + method->descriptor.size());
+        key.append(method->name).append(method->descriptor);
         store(i, TKBConstant::METHOD, std::move(method));
         mProgram.methodIndex.insert_or_assign(std::move(key), i);
     }
@@ -346,11 +409,13 @@ class Translator {
     const ConstantPool& mPool;
     const int32_t mPoolCount;
     /// Method name followed by descriptor -> position; the later of equal keys wins.
-    std::map<std::string, int32_t> mOwnMethods;
+    std::unordered_map<MethodKey, int32_t, MethodKeyHash, SameMethodKey> mOwnMethods;
+    /// The texts of keys that views into the input cannot hold.
+    std::deque<std::string> mComposedKeys;
     int32_t mBuiltinsClass = -1;
-    /// Pool index -> name of every class entry whose name is an entry's own text (owned by the
-    /// pool).
-    std::unordered_map<uint32_t, const std::string*> mClassNames;
+    /// Pool index -> name of every class entry whose name is an entry's own text (viewing the
+    /// pool's input).
+    std::unordered_map<uint32_t, std::string_view> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;
     MemoryBudget mBudget;

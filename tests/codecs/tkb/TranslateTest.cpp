@@ -149,6 +149,8 @@ TEST(TranslateTest, MethodRecordsDescribeTheReferencedRules) {
                   .callRule("Twin", "()V"));
     // A reference through a foreign class still finds the method of this file.
     const uint16_t foreign = b.methodref(b.classNamed("com/other/Rules"), "Bare", "(D)V");
+    // Methods are known by name and descriptor put together, wherever a reference splits them.
+    const uint16_t split = b.methodref(2, "Roof$gable$lef", "t()V");
     kovx::TKBProgram p;
     translateBytes(p, b.bytes());
 
@@ -176,6 +178,7 @@ TEST(TranslateTest, MethodRecordsDescribeTheReferencedRules) {
                   "position 2, undefined 0, stack 0, params 0, slots 0, types, 1 code bytes, "
                   "public 1, base ''");
     EXPECT_EQ(p.methodIndex.at(L"Bare(D)V"), foreign);
+    EXPECT_EQ(fieldsOf(methodAt(p, split)).substr(0, 11), "position 1,");
     // Equal name and descriptor: the later method wins.
     EXPECT_EQ(fieldsOf(methodAt(p, b.methodref(2, "Twin", "()V"))).substr(0, 11), "position 4,");
 }
