@@ -1,0 +1,4 @@
+#include "Commands.h"
+namespace kovhost {
+int diffRuleFiles(Host&, const Invocation&, std::ostream&) { return 2; }
+}
