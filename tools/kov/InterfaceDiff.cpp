@@ -1,5 +1,6 @@
 #include "InterfaceDiff.h"
 
+#include <algorithm>
 #include <map>
 
 #include "TextFormat.h"
@@ -146,7 +147,12 @@ public:
              pairUp(before, after, [](const AnnotationData& a) { return a.name; })) {
             const AnnotationData& some = old ? *old : *now;
             const char* called = calledOut(some.name);
-            const std::string lead = prefix + (called ? std::string(called) + ": " : "");
+            std::string lead = prefix;
+            if (called) {
+                std::string label = called;
+                std::replace(label.begin(), label.end(), '-', ' ');
+                lead += label + ": ";
+            }
             auto kind = [&](const char* plain) { return called ? called : plain; };
             if (!now) {
                 add(section, name, kind("annotation-removed"), ChangeClass::PRESENTATION,
