@@ -54,6 +54,11 @@ boost::shared_ptr<kovx::TKB> FileChecker::decode(const std::string& path,
 }
 
 boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t* size) {
+    // The file is read whole before it is decoded: a device or a pipe might never end.
+    std::error_code ec;
+    const std::filesystem::file_status status = std::filesystem::status(path, ec);
+    if (!ec && std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw std::runtime_error("not a regular file");
     // Read whole through the stream adaptor: the bytes are counted and screened first.
     const boost::shared_ptr<std::istream> stream = openRuleFile(mHost, path);
     const std::string bytes{std::istreambuf_iterator<char>(*stream),
