@@ -146,8 +146,13 @@ CheckResult checkInHelper(const std::string& path, const std::vector<std::string
     }
     if (readRecord(out.text(), result))
         return result;
-    // Ended before it wrote its record, as the check pass ends it: its last words say why.
-    result.error = lastLine(err.text());
+    // Ended before it wrote its record, as the check pass ends it: its last words say why. A
+    // sanitizer's report at the exit of an instrumented build comes after them.
+    std::string words = err.text();
+    const size_t report = words.find("\n=================");
+    if (report != std::string::npos)
+        words.erase(report + 1);
+    result.error = lastLine(words);
     if (result.error.empty())
         result.error = WIFSIGNALED(status)
                            ? "the helper process was killed by signal " +
