@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -33,13 +32,6 @@ struct Target {
     uint64_t size;
 };
 
-bool isRuleFileName(const fs::path& path) {
-    std::string suffix = path.extension().string();
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return suffix == ".tkb" || suffix == ".class";
-}
-
 [[noreturn]] void unreadable(const std::string& path, const std::error_code& ec) {
     throw std::runtime_error("cannot read '" + path + "': " + ec.message());
 }
@@ -61,7 +53,7 @@ std::vector<Target> findTargets(const std::vector<std::string>& paths) {
         fs::recursive_directory_iterator it(path, ec);
         for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
             std::error_code sizeError;
-            if (it->is_regular_file(sizeError) && isRuleFileName(it->path()))
+            if (it->is_regular_file(sizeError) && hasRuleFileSuffix(it->path().string()))
                 found.push_back({it->path().string(),
                                  static_cast<uint64_t>(it->file_size(sizeError))});
         }

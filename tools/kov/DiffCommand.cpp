@@ -1,6 +1,5 @@
 // "diff": what changed in the interface of rule files between two versions.
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -25,20 +24,13 @@ struct FileChanges {
     std::vector<Change> changes;
 };
 
-bool isRuleFileName(const fs::path& path) {
-    std::string suffix = path.extension().string();
-    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return suffix == ".tkb" || suffix == ".class";
-}
-
 std::set<std::string> ruleFilesBelow(const std::string& directory) {
     std::set<std::string> files;
     std::error_code ec;
     fs::recursive_directory_iterator it(directory, ec);
     for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
         std::error_code typeError;
-        if (it->is_regular_file(typeError) && isRuleFileName(it->path()))
+        if (it->is_regular_file(typeError) && hasRuleFileSuffix(it->path().string()))
             files.insert(it->path().lexically_relative(directory).generic_string());
     }
     if (ec)

@@ -27,6 +27,11 @@ std::string suffixOf(const std::string& path) {
 
 } // namespace
 
+bool hasRuleFileSuffix(const std::string& path) {
+    const std::string suffix = suffixOf(path);
+    return suffix == ".tkb" || suffix == ".class";
+}
+
 FileChecker::FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate)
     : mHost(host), mPluginPaths(pluginPaths), mIsolate(isolate) {}
 

@@ -15,6 +15,9 @@ namespace kovhost {
 
 class Host;
 
+/// Whether path ends in .tkb or .class, in any case: the files looked for in directories.
+bool hasRuleFileSuffix(const std::string& path);
+
 /// What checking one rule file found.
 struct CheckResult {
     std::string path;
