@@ -188,6 +188,9 @@ int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
     std::error_code ec;
     const bool oldIsDirectory = fs::is_directory(before, ec);
     const bool newIsDirectory = fs::is_directory(after, ec);
+    for (const std::string& path : {before, after})
+        if ((oldIsDirectory || newIsDirectory) && !fs::exists(path, ec))
+            throw std::runtime_error("cannot read '" + path + "': No such file or directory");
     if (oldIsDirectory != newIsDirectory)
         throw UsageError("OLD and NEW must both be rule files or both be directories");
 
