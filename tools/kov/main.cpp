@@ -73,14 +73,14 @@ kovhost::Invocation parseInvocation(const kovhost::Command& command,
                                     const std::vector<std::string>& tokens) {
     po::options_description own;
     for (const kovhost::Flag& flag : command.flags) {
-        const std::string spec =
+        const std::string optionName =
             std::string(flag.name) + (flag.shortName ? std::string(",") + flag.shortName : "");
         if (flag.valueName)
-            own.add_options()(spec.c_str(),
+            own.add_options()(optionName.c_str(),
                               po::value<std::string>()->value_name(flag.valueName),
                               flag.description);
         else
-            own.add_options()(spec.c_str(), flag.description);
+            own.add_options()(optionName.c_str(), flag.description);
     }
     own.add_options()("args", po::value<std::vector<std::string>>());
     po::positional_options_description order;
