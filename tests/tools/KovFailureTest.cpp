@@ -1,8 +1,4 @@
 // kov on broken and missing files, on URIs and on mistakes of the command line.
-#include <unistd.h>
-
-#include <filesystem>
-
 #include <gtest/gtest.h>
 
 #include "KovTestSupport.h"
@@ -12,26 +8,12 @@ using kovtest::contains;
 using kovtest::example;
 using kovtest::ProcessResult;
 using kovtest::runKov;
+using kovtest::ScratchDir;
 
 namespace {
 
 const std::vector<std::vector<std::string>> DECODING_COMMANDS = {
     {"info"}, {"xml"}, {"json"}, {"constants"}, {"constants", "--json"}};
-
-// A directory of its own for the files one test writes.
-class ScratchDir {
-public:
-    explicit ScratchDir(const std::string& name)
-        : mPath(std::filesystem::path(testing::TempDir()) /
-                (name + "-" + std::to_string(getpid()))) {
-        std::filesystem::create_directories(mPath);
-    }
-    ~ScratchDir() { std::filesystem::remove_all(mPath); }
-    std::string file(const std::string& name) const { return (mPath / name).string(); }
-
-private:
-    std::filesystem::path mPath;
-};
 
 ProcessResult kovOn(std::vector<std::string> command, const std::string& file) {
     command.push_back(file);

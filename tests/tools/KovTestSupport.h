@@ -1,7 +1,12 @@
 #pragma once
 
+#include <unistd.h>
+
+#include <filesystem>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "ProcessRunner.h"
 
@@ -32,5 +37,20 @@ inline std::vector<std::string> linesOf(const std::string& text) {
 inline bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
+
+// A directory of its own for the files one test writes.
+class ScratchDir {
+public:
+    explicit ScratchDir(const std::string& name)
+        : mPath(std::filesystem::path(testing::TempDir()) /
+                (name + "-" + std::to_string(getpid()))) {
+        std::filesystem::create_directories(mPath);
+    }
+    ~ScratchDir() { std::filesystem::remove_all(mPath); }
+    std::string file(const std::string& name) const { return (mPath / name).string(); }
+
+private:
+    std::filesystem::path mPath;
+};
 
 } // namespace kovtest

@@ -4,6 +4,7 @@
 
 #include "Host.h"
 #include "RuleFileSource.h"
+#include "TextTable.h"
 
 namespace kovhost {
 
@@ -49,6 +50,30 @@ const char* const EXTENSIONS_DETAILS =
     "Prints the listing of the extensions that were loaded from the default extension directory\n"
     "and from every -p PATH, with their merit and description.";
 
+const char* const CHECK_DETAILS =
+    "Decodes every rule file under the paths (files, or directories searched recursively for\n"
+    ".tkb and .class files) as the runtime does, through the stream adaptor and the decoder that\n"
+    "the extension manager picks, on several threads. Prints \"PATH: reason\" for each file that\n"
+    "fails, then a summary: files checked, succeeded and failed, the failures grouped by reason,\n"
+    "the bytes read and the throughput. On a terminal a progress bar runs on standard error.\n"
+    "A file that would end the process in the class file reader's check is decoded in a helper\n"
+    "process and reported with the reader's message.\n"
+    "With --json: one object per file {\"path\", \"ok\", \"bytes\", \"milliseconds\", \"error\",\n"
+    "\"attributes\", \"rules\"}, one a line, then {\"summary\": {...}}.\n"
+    "Exit status: 0 when every file decoded, 1 when any failed, 2 on a usage error or a path\n"
+    "that cannot be read.";
+
+const char* const DIFF_DETAILS =
+    "Compares the rule file info of OLD and NEW, two rule files or two directories (files paired\n"
+    "by their path below them; files only on one side are reported as added or removed). Lists\n"
+    "attributes and rules added or removed, changed value and return types, parameters added,\n"
+    "removed, renamed or retyped, and annotations added, removed or with changed arguments.\n"
+    "Each change is breaking (something removed or retyped, a changed parameter list),\n"
+    "compatible (an addition) or presentation (annotations only; $Group, $Order and $StartRule\n"
+    "are named as such).\n"
+    "Exit status: 0 when the interfaces are the same, 1 when they differ, 2 on an error. With\n"
+    "--breaking only breaking changes are reported and only they give status 1.";
+
 const size_t ANY = static_cast<size_t>(-1);
 
 void report(std::ostream& out, std::ostream& err, const std::string& file, const char* reason) {
@@ -77,6 +102,16 @@ const std::vector<Command>& commands() {
          {}, 1, ANY, true, &printDump},
         {"constants", "[--json] FILE...", "print the translated rule program", CONSTANTS_DETAILS,
          {{"json", "print one JSON object instead of text"}}, 1, ANY, true, &printConstants},
+        {"check", "[-j N] [--quiet] [--json] PATH...",
+         "decode every rule file under the paths and report those that fail", CHECK_DETAILS,
+         {{"jobs", "decode on N threads (default: one per core)", "N", 'j'},
+          {"quiet", "no progress bar"},
+          {"json", "one JSON object per file, then a summary object"}},
+         1, ANY, false, &checkRuleFiles, 2},
+        {"diff", "[--breaking] [--json] OLD NEW",
+         "compare the interfaces of two rule files or two directories of them", DIFF_DETAILS,
+         {{"breaking", "report only breaking changes"}, {"json", "print one JSON object"}}, 2, 2,
+         false, &diffRuleFiles, 2},
         {"extensions", "", "list the extensions that were loaded, with merit and description",
          EXTENSIONS_DETAILS, {}, 0, 0, false, &listExtensions},
     };
@@ -99,8 +134,14 @@ void Command::printHelp(std::ostream& out) const {
         out << "\n" << FILES_NOTE << "\n";
     if (!flags.empty()) {
         out << "\nOptions:\n";
-        for (const Flag& flag : flags)
-            out << "  --" << flag.name << "  " << flag.description << "\n";
+        TextTable table(2);
+        for (const Flag& flag : flags) {
+            std::string head = flag.shortName ? std::string("-") + flag.shortName + ", " : "";
+            head += std::string("--") + flag.name + (flag.valueName ? " " : "") +
+                    (flag.valueName ? flag.valueName : "");
+            table.addRow({head, flag.description});
+        }
+        table.print(out);
     }
 }
 
@@ -118,7 +159,9 @@ int Command::execute(Host& host, const Invocation& invocation, std::ostream& out
         out.flush();
         const std::string label = several ? displayName(file) : std::string();
         try {
-            status = std::max(status, run(host, Invocation{{file}, invocation.flags}, out));
+            Invocation single = invocation;
+            single.args = {file};
+            status = std::max(status, run(host, single, out));
         } catch (const std::exception& e) {
             report(out, err, label, e.what());
             status = 1;

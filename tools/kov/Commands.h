@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <ostream>
 #include <set>
 #include <stdexcept>
@@ -21,14 +22,25 @@ public:
 struct Invocation {
     std::vector<std::string> args;
     std::set<std::string> flags;
+    /// The options that take a value, such as --jobs 4, by their long name.
+    std::map<std::string, std::string> values;
+    /// The -p paths of kov itself, for a command that runs kov again in a helper process.
+    std::vector<std::string> pluginPaths;
 
     bool has(const std::string& flag) const { return flags.count(flag) != 0; }
+    /// The value of an option, or null when it was not given.
+    const std::string* value(const std::string& name) const {
+        const auto it = values.find(name);
+        return it == values.end() ? nullptr : &it->second;
+    }
 };
 
-/// A switch of one command, such as --json.
+/// A switch of one command, such as --json, or an option with a value, such as -j N.
 struct Flag {
     const char* name;
     const char* description;
+    const char* valueName = nullptr; ///< set for an option that takes a value
+    char shortName = 0;              ///< its one-letter form, or 0
 };
 
 /// One command of the host. run gets the host with its extensions loaded and the invocation
@@ -44,6 +56,8 @@ struct Command {
     size_t maxArgs;
     bool onFiles; ///< the arguments are files, handled each in turn
     int (*run)(Host& host, const Invocation& invocation, std::ostream& out);
+    /// The exit status of a usage error or of a failure that ends the command.
+    int errorStatus = 1;
 
     /// Throws UsageError when args do not fit the command.
     void checkArguments(const std::vector<std::string>& args) const;
@@ -76,6 +90,10 @@ int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out);
 int printDump(Host& host, const Invocation& invocation, std::ostream& out);
 /// "constants": the translated rule program, as text or, with --json, as JSON.
 int printConstants(Host& host, const Invocation& invocation, std::ostream& out);
+/// "check": decodes many rule files in parallel and reports which fail.
+int checkRuleFiles(Host& host, const Invocation& invocation, std::ostream& out);
+/// "diff": what changed in the interface between two rule files or two directories of them.
+int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out);
 /// "constants --json".
 int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out);
 

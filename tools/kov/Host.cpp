@@ -68,6 +68,7 @@ void Host::loadExtensions(const std::vector<std::string>& paths) {
 }
 
 void Host::onLog(kov::LogLevel level, const std::string& message) {
+    const std::lock_guard<std::mutex> lock(mLogMutex);
     if (level >= kov::LOG_WARNING)
         std::cerr << "kov: " << kovx::Log::levelName(level) << ": " << message << "\n";
     else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,8 @@ private:
     void* mLibrary = nullptr;
     kovx::ExtensionManager* mManager = nullptr;
     kovx::Log::HandlerId mLogHandler;
+    // The log calls its handlers on whichever thread logs: 'kov check' decodes on several.
+    std::mutex mLogMutex;
     std::vector<std::string> mInfoMessages;
 };
 

@@ -77,4 +77,31 @@ size_t displayWidth(const std::string& text) {
     return width;
 }
 
+std::string argumentText(const kov::AnnotationArgument& argument) {
+    std::string text;
+    const std::string key = utf8(argument.getKey());
+    if (!key.empty())
+        text = key + "=";
+    switch (argument.getType()) {
+    case kov::VT_BOOL: return text + (argument.getBool() ? "true" : "false");
+    case kov::VT_FLOAT: return text + shortestDouble(argument.getFloat());
+    case kov::VT_STR: return text + quoted(utf8(argument.getStr()));
+    default: return text + "?";
+    }
+}
+
+std::string annotationText(const kov::Annotation& annotation) {
+    std::string text = utf8(annotation.getName());
+    if (annotation.getNumArguments() == 0)
+        return text;
+    text += "(";
+    for (size_t i = 0; i < annotation.getNumArguments(); ++i)
+        text += (i ? ", " : "") + argumentText(*annotation.getArgument(i));
+    return text + ")";
+}
+
+bool isCompilerMarker(const kov::Annotation& annotation) {
+    return utf8(annotation.getName()).compare(0, 2, "_$") == 0;
+}
+
 } // namespace kovhost

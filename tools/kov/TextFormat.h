@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "kov/Annotation.h"
 #include "kov/Types.h"
 
 namespace kovhost {
@@ -26,5 +27,13 @@ std::string hexBytes(const std::vector<uint8_t>& bytes);
 
 /// Number of characters of a UTF-8 text, for aligning columns.
 size_t displayWidth(const std::string& text);
+
+/// An annotation argument as "key=value" (without "key=" when it has none); strings quoted.
+std::string argumentText(const kov::AnnotationArgument& argument);
+/// "name(argument, key=argument)", or the bare name without arguments.
+std::string annotationText(const kov::Annotation& annotation);
+/// The marks that the compiler puts on every attribute and rule ("_$ATTR", "_$RULE"): the
+/// summaries leave them out, as they already say which is which.
+bool isCompilerMarker(const kov::Annotation& annotation);
 
 } // namespace kovhost

@@ -10,6 +10,8 @@ namespace kovhost {
 class TextTable {
 public:
     explicit TextTable(std::vector<std::string> headings);
+    /// A table without a heading row.
+    explicit TextTable(size_t columns) : mColumns(columns) {}
 
     /// Missing cells are empty; surplus cells are dropped.
     void addRow(std::vector<std::string> cells);

@@ -1,5 +1,6 @@
 // kov: a command-line host for the loader library. It loads the library and its extensions as
 // the runtime's core does, then runs one command.
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -17,20 +18,27 @@ namespace po = boost::program_options;
 
 namespace {
 
+// What a failure exits with: 1, or the status that the command named for its errors.
+int gErrorStatus = 1;
+
 void printUsage(std::ostream& out, const po::options_description& options) {
     out << "Usage: kov [options] <command> [arguments]\n\n"
            "Loads the loader library and the extensions in its default extension directory\n"
            "(<kov's directory>/../lib/kov-extensions) and in every PATH given with -p, then runs\n"
            "the command.\n\n"
         << kovhost::FILES_NOTE << "\n\nCommands:\n";
-    auto line = [&out](const std::string& head, const char* summary) {
-        out << "  " << head << std::string(head.size() < 28 ? 28 - head.size() : 1, ' ') << summary
-            << "\n";
+    auto head = [](const kovhost::Command& command) {
+        return std::string(command.name) +
+               (*command.arguments ? std::string(" ") + command.arguments : "");
+    };
+    size_t width = 28;
+    for (const kovhost::Command& command : kovhost::commands())
+        width = std::max(width, head(command).size() + 2);
+    auto line = [&out, width](const std::string& text, const char* summary) {
+        out << "  " << text << std::string(width - text.size(), ' ') << summary << "\n";
     };
     for (const kovhost::Command& command : kovhost::commands())
-        line(std::string(command.name) +
-                 (*command.arguments ? std::string(" ") + command.arguments : ""),
-             command.summary);
+        line(head(command), command.summary);
     line("help [COMMAND]", "explain kov or one command (also: kov COMMAND --help)");
     out << "\n" << options;
 }
@@ -64,8 +72,16 @@ std::vector<std::string> commandTokens(const po::parsed_options& parsed) {
 kovhost::Invocation parseInvocation(const kovhost::Command& command,
                                     const std::vector<std::string>& tokens) {
     po::options_description own;
-    for (const kovhost::Flag& flag : command.flags)
-        own.add_options()(flag.name, flag.description);
+    for (const kovhost::Flag& flag : command.flags) {
+        const std::string optionName =
+            std::string(flag.name) + (flag.shortName ? std::string(",") + flag.shortName : "");
+        if (flag.valueName)
+            own.add_options()(optionName.c_str(),
+                              po::value<std::string>()->value_name(flag.valueName),
+                              flag.description);
+        else
+            own.add_options()(optionName.c_str(), flag.description);
+    }
     own.add_options()("args", po::value<std::vector<std::string>>());
     po::positional_options_description order;
     order.add("args", -1);
@@ -78,7 +94,11 @@ kovhost::Invocation parseInvocation(const kovhost::Command& command,
     if (vm.count("args"))
         invocation.args = vm["args"].as<std::vector<std::string>>();
     for (const kovhost::Flag& flag : command.flags) {
-        if (vm.count(flag.name))
+        if (!vm.count(flag.name))
+            continue;
+        if (flag.valueName)
+            invocation.values[flag.name] = vm[flag.name].as<std::string>();
+        else
             invocation.flags.insert(flag.name);
     }
     return invocation;
@@ -149,7 +169,8 @@ int run(int argc, char** argv) {
         return 0;
     }
     const kovhost::Command& command = commandNamed(name);
-    const kovhost::Invocation invocation = parseInvocation(command, tokens);
+    gErrorStatus = command.errorStatus;
+    kovhost::Invocation invocation = parseInvocation(command, tokens);
     if (help) {
         command.printHelp(std::cout);
         return 0;
@@ -158,8 +179,8 @@ int run(int argc, char** argv) {
 
     std::vector<std::string> paths{kovhost::Host::defaultLibraryDir() + "/kov-extensions"};
     if (vm.count("plugin-path")) {
-        for (const std::string& path : vm["plugin-path"].as<std::vector<std::string>>())
-            paths.push_back(path);
+        invocation.pluginPaths = vm["plugin-path"].as<std::vector<std::string>>();
+        paths.insert(paths.end(), invocation.pluginPaths.begin(), invocation.pluginPaths.end());
     }
     // The extension manager reads this when it loads the plug-ins.
     if (vm.count("probe-plugins"))
@@ -175,7 +196,7 @@ int main(int argc, char** argv) {
         std::cout.flush();
         if (!std::cout) {
             std::cerr << "kov: cannot write the output\n";
-            return 1;
+            return gErrorStatus;
         }
         return status;
     } catch (const po::error& e) {
@@ -187,5 +208,5 @@ int main(int argc, char** argv) {
     } catch (...) {
         std::cerr << "kov: unknown failure\n";
     }
-    return 1;
+    return gErrorStatus;
 }

@@ -1,0 +1,99 @@
+#include "CheckPreScreen.h"
+
+#include <cstdint>
+
+namespace kovhost {
+
+namespace {
+
+// Reads big-endian numbers; past the end it reports so instead of reading.
+class Cursor {
+public:
+    explicit Cursor(const std::string& bytes) : mBytes(bytes) {}
+
+    bool skip(uint64_t count) {
+        if (count > mBytes.size() - mAt)
+            return false;
+        mAt += count;
+        return true;
+    }
+    bool read(unsigned width, uint64_t& value) {
+        if (width > mBytes.size() - mAt)
+            return false;
+        value = 0;
+        for (unsigned i = 0; i < width; ++i)
+            value = value << 8 | static_cast<uint8_t>(mBytes[mAt++]);
+        return true;
+    }
+
+private:
+    const std::string& mBytes;
+    size_t mAt = 0;
+};
+
+// The pool's tags, as the reader numbers them.
+enum Tag : uint64_t {
+    UTF8 = 1,
+    UNICODE = 2,
+    INTEGER = 3,
+    FLOAT = 4,
+    LONG = 5,
+    DOUBLE = 6,
+    CLASS = 7,
+    STRING = 8,
+    NAME_AND_TYPE = 12,
+};
+
+} // namespace
+
+bool mayEndProcessInCheckPass(const std::string& bytes) {
+    Cursor in(bytes);
+    uint64_t count = 0;
+    // Magic and versions: whatever they hold, the pool comes next or the reader stops first.
+    if (!in.skip(8) || !in.read(2, count))
+        return false;
+    for (uint64_t i = 1; i < count;) {
+        uint64_t tag = 0;
+        uint64_t value = 0;
+        // A cut pool or an unknown tag fails the read before the check pass.
+        if (!in.read(1, tag) || tag == 0 || tag > NAME_AND_TYPE)
+            return false;
+        switch (tag) {
+        case UTF8:
+            if (!in.read(2, value) || !in.skip(value))
+                return false;
+            break;
+        case UNICODE:
+            if (!in.read(4, value) || !in.skip(value))
+                return false;
+            break;
+        case CLASS:
+            if (!in.read(2, value))
+                return false;
+            if (value >= count)
+                return true;
+            break;
+        case STRING:
+            if (!in.skip(2))
+                return false;
+            break;
+        case INTEGER:
+        case FLOAT:
+            if (!in.skip(4))
+                return false;
+            break;
+        case LONG:
+        case DOUBLE:
+            if (!in.skip(8))
+                return false;
+            break;
+        default: // the references and the name-and-type entry: two indices
+            if (!in.skip(4))
+                return false;
+        }
+        i += tag == LONG || tag == DOUBLE ? 2 : 1;
+    }
+    return false;
+}
+
+} // namespace kovhost

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "kovx/Extension.h"
+#include "kovx/TKB.h"
+
+namespace kovhost {
+
+class Host;
+
+/// Whether path ends in .tkb or .class, in any case: the files looked for in directories.
+bool hasRuleFileSuffix(const std::string& path);
+
+/// What checking one rule file found.
+struct CheckResult {
+    std::string path;
+    bool ok = false;
+    uint64_t bytes = 0;
+    double milliseconds = 0;
+    std::string error; ///< the decoder's or the reader's message when it failed
+    size_t attributes = 0;
+    size_t rules = 0;
+};
+
+/// One worker of 'kov check': decodes files as the runtime does, through the shared extension
+/// manager, with decoders of its own that it keeps from file to file. Files that would end the
+/// process in the reader's check pass go to a helper process instead (see HelperCheck).
+class FileChecker {
+public:
+    /// pluginPaths are kov's -p paths, for the helper; isolate false decodes every file here.
+    FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate);
+
+    /// Never throws: a failure is a result.
+    CheckResult check(const std::string& path);
+
+    /// The decoded rule program, with its rule file info; throws with the reason otherwise.
+    /// bytes, when given, receives the size of the file once it is read.
+    boost::shared_ptr<kovx::TKB> load(const std::string& path, uint64_t* bytes = nullptr);
+
+private:
+    boost::shared_ptr<kovx::TKB> decode(const std::string& path, const std::string& bytes);
+    const kovx::DecoderPtr& decoderFor(const std::string& path);
+
+    Host& mHost;
+    const std::vector<std::string>& mPluginPaths;
+    bool mIsolate;
+    // The manager picks a decoder by the file's name; all files of one suffix get the same.
+    std::map<std::string, kovx::DecoderPtr> mDecoders;
+};
+
+} // namespace kovhost
