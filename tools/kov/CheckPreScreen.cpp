@@ -2,7 +2,11 @@
 
 #include <cstdint>
 
+#include "classfile/ConstantPoolEntry.h"
+
 namespace kovhost {
+
+using classfile::ConstantTag;
 
 namespace {
 
@@ -31,19 +35,6 @@ private:
     size_t mAt = 0;
 };
 
-// The pool's tags, as the reader numbers them.
-enum Tag : uint64_t {
-    UTF8 = 1,
-    UNICODE = 2,
-    INTEGER = 3,
-    FLOAT = 4,
-    LONG = 5,
-    DOUBLE = 6,
-    CLASS = 7,
-    STRING = 8,
-    NAME_AND_TYPE = 12,
-};
-
 } // namespace
 
 bool mayEndProcessInCheckPass(const std::string& bytes) {
@@ -53,37 +44,39 @@ bool mayEndProcessInCheckPass(const std::string& bytes) {
     if (!in.skip(8) || !in.read(2, count))
         return false;
     for (uint64_t i = 1; i < count;) {
-        uint64_t tag = 0;
+        uint64_t tagByte = 0;
         uint64_t value = 0;
         // A cut pool or an unknown tag fails the read before the check pass.
-        if (!in.read(1, tag) || tag == 0 || tag > NAME_AND_TYPE)
+        if (!in.read(1, tagByte) || tagByte == 0 ||
+            tagByte > static_cast<uint64_t>(ConstantTag::NameAndType))
             return false;
+        const auto tag = static_cast<ConstantTag>(tagByte);
         switch (tag) {
-        case UTF8:
+        case ConstantTag::Utf8:
             if (!in.read(2, value) || !in.skip(value))
                 return false;
             break;
-        case UNICODE:
+        case ConstantTag::Unicode:
             if (!in.read(4, value) || !in.skip(value))
                 return false;
             break;
-        case CLASS:
+        case ConstantTag::Class:
             if (!in.read(2, value))
                 return false;
             if (value >= count)
                 return true;
             break;
-        case STRING:
+        case ConstantTag::String:
             if (!in.skip(2))
                 return false;
             break;
-        case INTEGER:
-        case FLOAT:
+        case ConstantTag::Integer:
+        case ConstantTag::Float:
             if (!in.skip(4))
                 return false;
             break;
-        case LONG:
-        case DOUBLE:
+        case ConstantTag::Long:
+        case ConstantTag::Double:
             if (!in.skip(8))
                 return false;
             break;
@@ -91,7 +84,7 @@ bool mayEndProcessInCheckPass(const std::string& bytes) {
             if (!in.skip(4))
                 return false;
         }
-        i += tag == LONG || tag == DOUBLE ? 2 : 1;
+        i += tag == ConstantTag::Long || tag == ConstantTag::Double ? 2 : 1;
     }
     return false;
 }
