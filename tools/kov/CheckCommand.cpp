@@ -49,19 +49,12 @@ std::vector<Target> findTargets(const std::vector<std::string>& paths) {
             targets.push_back({path, ec ? 0 : static_cast<uint64_t>(size)});
             continue;
         }
-        std::vector<Target> found;
-        fs::recursive_directory_iterator it(path, ec);
-        for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
+        for (const std::string& relative : ruleFilesBelow(path)) {
+            const fs::path file = fs::path(path) / relative;
             std::error_code sizeError;
-            if (it->is_regular_file(sizeError) && hasRuleFileSuffix(it->path().string()))
-                found.push_back({it->path().string(),
-                                 static_cast<uint64_t>(it->file_size(sizeError))});
+            const uintmax_t size = fs::file_size(file, sizeError);
+            targets.push_back({file.string(), sizeError ? 0 : static_cast<uint64_t>(size)});
         }
-        if (ec)
-            unreadable(path, ec);
-        std::sort(found.begin(), found.end(),
-                  [](const Target& a, const Target& b) { return a.path < b.path; });
-        targets.insert(targets.end(), found.begin(), found.end());
     }
     return targets;
 }

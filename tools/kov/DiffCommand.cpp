@@ -24,20 +24,6 @@ struct FileChanges {
     std::vector<Change> changes;
 };
 
-std::set<std::string> ruleFilesBelow(const std::string& directory) {
-    std::set<std::string> files;
-    std::error_code ec;
-    fs::recursive_directory_iterator it(directory, ec);
-    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
-        std::error_code typeError;
-        if (it->is_regular_file(typeError) && hasRuleFileSuffix(it->path().string()))
-            files.insert(it->path().lexically_relative(directory).generic_string());
-    }
-    if (ec)
-        throw std::runtime_error("cannot read '" + directory + "': " + ec.message());
-    return files;
-}
-
 class Comparison {
 public:
     Comparison(Host& host, const Invocation& invocation)

@@ -27,9 +27,22 @@ std::string suffixOf(const std::string& path) {
 
 } // namespace
 
-bool hasRuleFileSuffix(const std::string& path) {
-    const std::string suffix = suffixOf(path);
-    return suffix == ".tkb" || suffix == ".class";
+std::set<std::string> ruleFilesBelow(const std::string& directory) {
+    namespace fs = std::filesystem;
+    std::set<std::string> files;
+    std::error_code ec;
+    fs::recursive_directory_iterator it(directory, ec);
+    for (; !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
+        std::error_code typeError;
+        if (!it->is_regular_file(typeError))
+            continue;
+        const std::string suffix = suffixOf(it->path().string());
+        if (suffix == ".tkb" || suffix == ".class")
+            files.insert(it->path().lexically_relative(directory).generic_string());
+    }
+    if (ec)
+        throw std::runtime_error("cannot read '" + directory + "': " + ec.message());
+    return files;
 }
 
 FileChecker::FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate)

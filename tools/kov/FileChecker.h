@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,9 @@ namespace kovhost {
 
 class Host;
 
-/// Whether path ends in .tkb or .class, in any case: the files looked for in directories.
-bool hasRuleFileSuffix(const std::string& path);
+/// The files below directory, searched recursively, whose names end in .tkb or .class in any case:
+/// their paths relative to directory, sorted. Throws std::runtime_error when it cannot be read.
+std::set<std::string> ruleFilesBelow(const std::string& directory);
 
 /// What checking one rule file found.
 struct CheckResult {
