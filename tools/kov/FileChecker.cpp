@@ -3,8 +3,8 @@
 #include <cctype>
 #include <chrono>
 #include <filesystem>
-#include <iterator>
-#include <sstream>
+#include <istream>
+#include <streambuf>
 #include <stdexcept>
 
 #include "CheckPreScreen.h"
@@ -24,6 +24,15 @@ std::string suffixOf(const std::string& path) {
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return suffix;
 }
+
+// Reads bytes where they are: the decoder makes its own copy, a string stream would make another.
+class ViewBuffer : public std::streambuf {
+public:
+    explicit ViewBuffer(const std::string& bytes) {
+        char* begin = const_cast<char*>(bytes.data());
+        setg(begin, begin, begin + bytes.size());
+    }
+};
 
 } // namespace
 
@@ -58,7 +67,8 @@ const kovx::DecoderPtr& FileChecker::decoderFor(const std::string& path) {
 
 boost::shared_ptr<kovx::TKB> FileChecker::decode(const std::string& path,
                                                  const std::string& bytes) {
-    std::istringstream input(bytes);
+    ViewBuffer view(bytes);
+    std::istream input(&view);
     kovx::ContentPtrVector contents;
     decoderFor(path)->decode(contents, input);
     for (const kovx::ContentPtr& content : contents) {
@@ -79,8 +89,10 @@ boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t
         throw std::runtime_error("not a regular file");
     // Read whole through the stream adaptor: the bytes are counted and screened first.
     const boost::shared_ptr<std::istream> stream = openRuleFile(mHost, path);
-    const std::string bytes{std::istreambuf_iterator<char>(*stream),
-                            std::istreambuf_iterator<char>()};
+    std::string bytes;
+    char block[1 << 16];
+    while (stream->read(block, sizeof block) || stream->gcount() > 0)
+        bytes.append(block, static_cast<size_t>(stream->gcount()));
     if (size)
         *size = bytes.size();
     if (mIsolate && mayEndProcessInCheckPass(bytes)) {
