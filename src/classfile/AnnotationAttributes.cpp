@@ -9,23 +9,23 @@ namespace classfile {
 
 namespace {
 
-// An annotation: u2 type index and u2 pair count.
-constexpr size_t ANNOTATION_BYTES = 4;
 
-void readAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t count,
-                     AnnotationList& out) {
-    reserveForCount(out, pool.arena(), count, in.remaining(), ANNOTATION_BYTES);
+AnnotationView::Range readAnnotations(ByteStream& in, uint16_t count) {
+    const uint8_t* first = in.cursor();
     ByteStream::Section section(in, "annotation ", 0);
     for (uint16_t i = 0; i < count; ++i) {
         section.setNumber(i);
-        out.push_back(makeInArena<AnnotationInfo>(pool.arena(), in, pool));
+        AnnotationView::read(in);
     }
+    return AnnotationView::Range(first, count);
 }
 
-void printAnnotations(std::ostream& os, const AnnotationList& list) {
-    for (size_t i = 0; i < list.size(); ++i) {
-        os << "\n          [" << i << "]={\n";
-        list[i]->print(os);
+void printAnnotations(std::ostream& os, const AnnotationView::Range& list,
+                      const ConstantPool& pool) {
+    size_t i = 0;
+    for (const AnnotationView annotation : list) {
+        os << "\n          [" << i++ << "]={\n";
+        annotation.print(os, pool);
         os << "          };";
     }
 }
@@ -36,13 +36,13 @@ AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, Byt
                                                          const ConstantPool& pool_, uint16_t index_,
                                                          uint32_t length)
     : Attribute(kind, pool_, index_, length), num_annotations(in.readU2()) {
-    readAnnotations(in, pool_, num_annotations, annotations);
+    annotations = readAnnotations(in, num_annotations);
 }
 
 void AttributeRuntimeAnnotations::print(std::ostream& os) const {
     Attribute::print(os);
     os << "; num_annotations=" << num_annotations << "; annotations={";
-    printAnnotations(os, annotations);
+    printAnnotations(os, annotations, *pool);
     os << "\n      }\n    }";
 }
 
@@ -69,7 +69,7 @@ AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
         section.setNumber(p);
         ParameterAnnotations parameter;
         parameter.num_annotations = in.readU2();
-        readAnnotations(in, pool_, parameter.num_annotations, parameter.annotations);
+        parameter.annotations = readAnnotations(in, parameter.num_annotations);
         parameter_annotations.push_back(std::move(parameter));
     }
 }
@@ -82,7 +82,7 @@ void AttributeRuntimeParameterAnnotations::print(std::ostream& os) const {
         const ParameterAnnotations& parameter = parameter_annotations[p];
         os << "\n          [" << p << "]={\n"
            << "          num_annotations=" << parameter.num_annotations << "; annotations={";
-        printAnnotations(os, parameter.annotations);
+        printAnnotations(os, parameter.annotations, *pool);
         os << "}\n          };";
     }
     os << "\n      }\n    }";

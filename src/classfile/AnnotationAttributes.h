@@ -2,18 +2,19 @@
 
 #include <cstdint>
 
-#include "classfile/AnnotationInfo.h"
+#include "classfile/AnnotationView.h"
 #include "classfile/Attribute.h"
 
 namespace classfile {
 
-/// Shared part of the visible and invisible annotation attributes: a counted list of annotations.
+/// Shared part of the visible and invisible annotation attributes: a counted list of annotations,
+/// kept in place (AnnotationInfo builds the tree of one where a tree is wanted).
 class AttributeRuntimeAnnotations : public Attribute {
 public:
     void print(std::ostream& os) const override;
 
     uint16_t num_annotations;
-    AnnotationList annotations;
+    AnnotationView::Range annotations;
 
 protected:
     AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in, const ConstantPool& pool,
@@ -35,7 +36,7 @@ public:
 /// The annotations of one method parameter.
 struct ParameterAnnotations {
     uint16_t num_annotations = 0;
-    AnnotationList annotations;
+    AnnotationView::Range annotations;
 };
 
 /// Shared part of the two parameter annotation attributes: a u1 parameter count, then per parameter

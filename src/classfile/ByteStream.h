@@ -75,8 +75,17 @@ public:
         return view;
     }
 
+    /// Moves past count bytes that were checked to be there.
+    void skip(size_t count) {
+        if (remaining() < count)
+            failShortBlock(count);
+        mPos += count;
+    }
+
     /// Number of bytes consumed so far.
     uint64_t offset() const { return static_cast<uint64_t>(mPos - mBegin); }
+    /// The next byte to read, inside input(); views built on it live as long as the input.
+    const uint8_t* cursor() const { return reinterpret_cast<const uint8_t*>(mPos); }
     /// Number of bytes left to read.
     size_t remaining() const { return static_cast<size_t>(mEnd - mPos); }
     /// The whole input; whoever keeps views of it keeps this.

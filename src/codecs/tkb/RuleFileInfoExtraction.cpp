@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "classfile/AnnotationAttributes.h"
-#include "classfile/AnnotationInfo.h"
 #include "classfile/AttributeCode.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/TableAttributes.h"
@@ -21,14 +20,14 @@ const char* const MARKER_ANNOTATION_TYPE = "Lcom/velmor/gc/TKAAnnotations;";
 
 namespace {
 
-using classfile::AnnotationInfo;
+using classfile::AnnotationView;
 using classfile::Attribute;
 using classfile::AttributeKind;
 using classfile::ClassInfo;
 using classfile::ConstantPool;
-using classfile::ElementValue;
+using classfile::ElementValueView;
 using classfile::MethodInfo;
-using ElementList = classfile::ElementValueList;
+using ElementList = ElementValueView::Range;
 using AttributeList = classfile::AttributeList;
 
 // Views, so that comparisons look at the lengths first.
@@ -66,31 +65,31 @@ const classfile::AttributeLocalVariableTable* localVariables(const MethodInfo& m
         firstOfKind(code->attributes, AttributeKind::LocalVariableTable));
 }
 
-bool isMarker(const ConstantPool& pool, const AnnotationInfo& annotation, MemoryBudget& budget) {
+bool isMarker(const ConstantPool& pool, AnnotationView annotation, MemoryBudget& budget) {
     std::string scratch;
-    return poolText(pool, annotation.type_index, "an annotation type", scratch, budget) ==
+    return poolText(pool, annotation.typeIndex(), "an annotation type", scratch, budget) ==
            MARKER_ANNOTATION_TYPE;
 }
 
 // The nested annotations of a marker: the values of its first element, which is an array.
-const ElementList& nestedOf(const AnnotationInfo& marker) {
-    static const ElementList none;
-    return marker.element_value_pairs.empty() ? none : marker.element_value_pairs.front()->values;
+ElementList nestedOf(AnnotationView marker) {
+    const ElementList pairs = marker.elementValuePairs();
+    return pairs.empty() ? ElementList(nullptr, 0, false) : (*pairs.begin()).values();
 }
 
 // The texts of element names and values; scratch holds the text when it is not a pool entry's own.
-std::string_view elementName(const ConstantPool& pool, const ElementValue& pair,
+std::string_view elementName(const ConstantPool& pool, ElementValueView pair,
                              std::string& scratch, MemoryBudget& budget) {
-    return poolText(pool, pair.element_name_index, "an element name", scratch, budget);
+    return poolText(pool, pair.elementNameIndex(), "an element name", scratch, budget);
 }
 
-std::string_view elementText(const ConstantPool& pool, const ElementValue& value,
+std::string_view elementText(const ConstantPool& pool, ElementValueView value,
                              std::string& scratch, MemoryBudget& budget) {
-    return poolText(pool, value.const_value_index, "an element value", scratch, budget);
+    return poolText(pool, value.constValueIndex(), "an element value", scratch, budget);
 }
 
 // The wide copy of an element value's text, charged as what.
-std::wstring wideText(const ConstantPool& pool, const ElementValue& value, std::string& scratch,
+std::wstring wideText(const ConstantPool& pool, ElementValueView value, std::string& scratch,
                       MemoryBudget& budget, const char* what) {
     const std::string_view text = elementText(pool, value, scratch, budget);
     budget.chargeWide(text.size(), what);
@@ -102,17 +101,17 @@ enum class EntryKind { Attribute, Rule };
 // Calls take(kind) for every "name" element of the marker's nested annotations that marks an
 // attribute or a rule, in order.
 template <typename Take>
-void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, MemoryBudget& budget,
+void forEachEntryMark(const ConstantPool& pool, AnnotationView marker, MemoryBudget& budget,
                       Take take) {
     std::string nameScratch;
     std::string markScratch;
-    for (const auto& value : nestedOf(marker)) {
-        if (!value->annotation_value)
+    for (const ElementValueView value : nestedOf(marker)) {
+        if (value.tag() != '@')
             continue;
-        for (const auto& pair : value->annotation_value->element_value_pairs) {
-            if (elementName(pool, *pair, nameScratch, budget) != NAME_ELEMENT)
+        for (const ElementValueView pair : value.annotationValue().elementValuePairs()) {
+            if (elementName(pool, pair, nameScratch, budget) != NAME_ELEMENT)
                 continue;
-            const std::string_view mark = elementText(pool, *pair, markScratch, budget);
+            const std::string_view mark = elementText(pool, pair, markScratch, budget);
             if (mark == ATTRIBUTE_MARK)
                 take(EntryKind::Attribute);
             else if (mark == RULE_MARK)
@@ -123,14 +122,17 @@ void forEachEntryMark(const ConstantPool& pool, const AnnotationInfo& marker, Me
 
 // Gives owner (the rule file info or an entry) one annotation per nested annotation of the marker.
 template <typename Owner>
-void fillAnnotationList(const ClassInfo& classFile, const AnnotationInfo& marker, Owner& owner,
+void fillAnnotationList(const ClassInfo& classFile, AnnotationView marker, Owner& owner,
                         MemoryBudget& budget) {
-    const ElementList& nested = nestedOf(marker);
+    const ElementList nested = nestedOf(marker);
     budget.charge(sizeof(AnnotationImpl) * nested.size(), "the annotations of its rule file info");
     owner.setNumAnnotations(nested.size());
-    for (size_t k = 0; k < nested.size(); ++k)
-        if (nested[k]->annotation_value)
-            fillAnnotation(classFile, owner.annotations[k], *nested[k]->annotation_value, budget);
+    size_t k = 0;
+    for (const ElementValueView value : nested) {
+        if (value.tag() == '@')
+            fillAnnotation(classFile, owner.annotations[k], value.annotationValue(), budget);
+        ++k;
+    }
 }
 
 void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
@@ -158,7 +160,7 @@ void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
 
 // types is scratch room for the descriptor's type codes, reused from entry to entry.
 void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
-               const classfile::AttributeLocalVariableTable* locals, const AnnotationInfo& marker,
+               const classfile::AttributeLocalVariableTable* locals, AnnotationView marker,
                std::vector<int32_t>& types, MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;
     std::string scratch;
@@ -299,11 +301,29 @@ std::string entryName(std::string_view methodName) {
     return name;
 }
 
+namespace {
+
+enum Field { TYPES, NAMES, BVALS, DVALS, SVALS, NONE };
+
+// The argument field an element name fills: "types", "names", "bvals", "dvals" or "svals".
+Field fieldOf(std::string_view name) {
+    if (name.size() != 5)
+        return NONE;
+    const std::string_view rest = name.substr(1);
+    switch (name[0]) {
+    case 't': return rest == "ypes" ? TYPES : NONE;
+    case 'n': return rest == "ames" ? NAMES : NONE;
+    case 'b': return rest == "vals" ? BVALS : NONE;
+    case 'd': return rest == "vals" ? DVALS : NONE;
+    case 's': return rest == "vals" ? SVALS : NONE;
+    default: return NONE;
+    }
+}
+
+} // namespace
+
 void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
-                    const AnnotationInfo& nested, MemoryBudget& budget) {
-    enum Field { TYPES, NAMES, BVALS, DVALS, SVALS, NONE };
-    static constexpr std::string_view fieldNames[] = {"types", "names", "bvals", "dvals",
-                                                      "svals"};
+                    AnnotationView nested, MemoryBudget& budget) {
     static const char* const ARGUMENT_TEXTS = "the texts of its annotation arguments";
     const ConstantPool& pool = *classFile.constant_pool;
 
@@ -313,21 +333,18 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     size_t reached[NONE] = {};
     std::string nameScratch;
     std::string textScratch;
-    for (const auto& pair : nested.element_value_pairs) {
-        const std::string_view name = elementName(pool, *pair, nameScratch, budget);
+    for (const ElementValueView pair : nested.elementValuePairs()) {
+        const std::string_view name = elementName(pool, pair, nameScratch, budget);
         if (name == NAME_ELEMENT) {
             annotation.name =
-                wideText(pool, *pair, textScratch, budget, "the names of its annotations");
+                wideText(pool, pair, textScratch, budget, "the names of its annotations");
             continue;
         }
-        Field field = NONE;
-        for (int f = TYPES; f < NONE && field == NONE; ++f)
-            if (name == fieldNames[f])
-                field = static_cast<Field>(f);
+        const Field field = fieldOf(name);
         if (field == NONE)
             continue;
 
-        const ElementList& values = pair->values;
+        const ElementList values = pair.values();
         if (!sized) {
             budget.charge(sizeof(AnnotationArgumentImpl) * values.size(),
                           "the arguments of its annotations");
@@ -337,14 +354,18 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
         // Arguments past the array fall back to the start value, and those past the field's
         // previous array already hold it: each array costs its own length, so many short
         // arrays after a long one cannot make the work grow with their product.
-        const size_t given = std::min(values.size(), annotation.numArguments);
+        const size_t given = std::min<size_t>(values.size(), annotation.numArguments);
         const size_t end = std::max(given, reached[field]);
         reached[field] = given;
+        auto next = values.begin();
         for (size_t k = 0; k < end; ++k) {
             AnnotationArgumentImpl& argument = annotation.arguments[k];
-            const ElementValue* value = k < values.size() ? values[k].get() : nullptr;
+            const bool given = k < values.size();
+            const ElementValueView value = given ? *next : ElementValueView(nullptr, false);
+            if (given)
+                ++next;
             const classfile::ConstantPoolEntry* constant =
-                value ? pool.get(value->const_value_index) : nullptr;
+                given ? pool.get(value.constValueIndex()) : nullptr;
             const auto* integer = constant && constant->tag() == classfile::ConstantTag::Integer
                                       ? static_cast<const classfile::CPEInteger*>(constant)
                                       : nullptr;
@@ -358,7 +379,7 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             }
             case NAMES:
-                argument.key = value ? wideText(pool, *value, textScratch, budget, ARGUMENT_TEXTS)
+                argument.key = given ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
                                      : std::wstring();
                 break;
             case BVALS: argument.boolValue = integer && integer->value != 0; break;
@@ -370,7 +391,7 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             case SVALS:
                 argument.strValue =
-                    value ? wideText(pool, *value, textScratch, budget, ARGUMENT_TEXTS)
+                    given ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
                           : std::wstring();
                 break;
             case NONE: break;
@@ -384,9 +405,9 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
     auto info = std::make_unique<RuleFileInfoImpl>();
 
     if (const auto* fileAnnotations = visibleAnnotations(classFile.attributes)) {
-        for (const auto& annotation : fileAnnotations->annotations) {
-            if (isMarker(pool, *annotation, budget))
-                fillAnnotationList(classFile, *annotation, *info, budget);
+        for (const AnnotationView annotation : fileAnnotations->annotations) {
+            if (isMarker(pool, annotation, budget))
+                fillAnnotationList(classFile, annotation, *info, budget);
         }
     }
 
@@ -395,7 +416,7 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
     // once more where the fill would have looked again, as when the fill looked for itself.
     struct Marked {
         const MethodInfo* method;
-        const AnnotationInfo* annotation;
+        AnnotationView annotation;
         size_t composedTexts;
         size_t attributes;
         size_t rules;
@@ -408,12 +429,12 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
         const auto* annotations = visibleAnnotations(method->attributes);
         if (!annotations)
             continue;
-        for (const auto& annotation : annotations->annotations) {
+        for (const AnnotationView annotation : annotations->annotations) {
             const size_t spentBefore = budget.spent();
-            Marked mark{method.get(), annotation.get(), 0, 0, 0, EntryKind::Attribute};
-            const bool marker = isMarker(pool, *annotation, budget);
+            Marked mark{method.get(), annotation, 0, 0, 0, EntryKind::Attribute};
+            const bool marker = isMarker(pool, annotation, budget);
             if (marker)
-                forEachEntryMark(pool, *annotation, budget, [&](EntryKind kind) {
+                forEachEntryMark(pool, annotation, budget, [&](EntryKind kind) {
                     ++(kind == EntryKind::Attribute ? mark.attributes : mark.rules);
                     mark.last = kind;
                 });
@@ -441,7 +462,7 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
         nextRule += mark.rules;
         EntryImpl& taken = mark.last == EntryKind::Attribute ? info->attributes[nextAttribute - 1]
                                                              : info->rules[nextRule - 1];
-        fillEntry(classFile, taken, *mark.method, localVariables(*mark.method), *mark.annotation,
+        fillEntry(classFile, taken, *mark.method, localVariables(*mark.method), mark.annotation,
                   types, budget);
     }
 

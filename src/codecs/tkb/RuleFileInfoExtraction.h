@@ -11,8 +11,9 @@
 class AnnotationImpl;
 class RuleFileInfoImpl;
 
+#include "classfile/AnnotationView.h"
+
 namespace classfile {
-class AnnotationInfo;
 class ClassInfo;
 } // namespace classfile
 
@@ -37,7 +38,7 @@ std::string entryName(std::string_view methodName);
 /// "dvals", "svals"). Pool lookups go through classFile's pool and fail as the reader's do; the
 /// arguments and their texts are charged to budget.
 void fillAnnotation(const classfile::ClassInfo& classFile, AnnotationImpl& annotation,
-                    const classfile::AnnotationInfo& nested, MemoryBudget& budget);
+                    classfile::AnnotationView nested, MemoryBudget& budget);
 
 /// A new rule file info for the class file, attributes and rules sorted for presentation. What it
 /// builds is charged to budget, the decode's one budget. The caller owns the result.

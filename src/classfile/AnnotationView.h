@@ -1,0 +1,165 @@
+#pragma once
+
+// Annotations read in place. Rule files are mostly annotation bytes, and a tree object per element
+// value would take many times the bytes it describes, so the annotation attributes keep their
+// bytes and hand out views of them. The bytes are walked once, through the ByteStream, when the
+// attribute is read: that walk raises every error the reading can raise (end of input, nesting too
+// deep), so a view only ever moves over bytes known to hold a complete annotation.
+
+#include <cstdint>
+#include <ostream>
+
+namespace classfile {
+
+class ByteStream;
+class ConstantPool;
+class AnnotationView;
+
+/// Nesting of annotations and arrays beyond this many levels is refused.
+constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
+
+/// The big-endian u2 at p.
+inline uint16_t loadU2(const uint8_t* p) {
+    return static_cast<uint16_t>(p[0] << 8 | p[1]);
+}
+
+/// One element value; named when it is a member of an annotation's pairs.
+class ElementValueView {
+public:
+    ElementValueView(const uint8_t* at, bool named) : mAt(at), mNamed(named) {}
+
+    /// The element values of an annotation's pairs or of an array, in file order.
+    class Range {
+    public:
+        class iterator {
+        public:
+            iterator(const uint8_t* at, uint32_t left, bool named)
+                : mAt(at), mLeft(left), mNamed(named) {}
+            ElementValueView operator*() const { return ElementValueView(mAt, mNamed); }
+            /// The last value's end is never needed, so it is not looked for.
+            iterator& operator++() {
+                if (--mLeft > 0)
+                    mAt = ElementValueView(mAt, mNamed).end();
+                return *this;
+            }
+            bool operator!=(const iterator& other) const { return mLeft != other.mLeft; }
+
+        private:
+            const uint8_t* mAt;
+            uint32_t mLeft;
+            bool mNamed;
+        };
+
+        Range(const uint8_t* first, uint16_t count, bool named)
+            : mFirst(first), mCount(count), mNamed(named) {}
+        iterator begin() const { return iterator(mFirst, mCount, mNamed); }
+        iterator end() const { return iterator(nullptr, 0, mNamed); }
+        uint16_t size() const { return mCount; }
+        bool empty() const { return mCount == 0; }
+
+    private:
+        const uint8_t* mFirst;
+        uint16_t mCount;
+        bool mNamed;
+    };
+
+
+    bool named() const { return mNamed; }
+    /// 0 when not named.
+    uint16_t elementNameIndex() const { return mNamed ? loadU2(mAt) : 0; }
+    /// 'B', 'C', 'D', 'F', 'I', 'J', 'S', 'Z', 's', 'e', 'c', '@', '[' or any other byte, which
+    /// ends the value.
+    uint8_t tag() const { return *body(); }
+    /// The payload fields; 0 for a value of another tag.
+    uint16_t constValueIndex() const { return isConstantTag(tag()) ? loadU2(body() + 1) : 0; }
+    uint16_t typeNameIndex() const { return tag() == 'e' ? loadU2(body() + 1) : 0; }
+    uint16_t constNameIndex() const { return tag() == 'e' ? loadU2(body() + 3) : 0; }
+    uint16_t classInfoIndex() const { return tag() == 'c' ? loadU2(body() + 1) : 0; }
+    uint16_t numValues() const { return tag() == '[' ? loadU2(body() + 1) : 0; }
+    /// Tag '@' only.
+    AnnotationView annotationValue() const;
+    /// The members of an array value ('['); none for any other tag.
+    Range values() const;
+
+    /// The first byte after the value.
+    const uint8_t* end() const;
+    void print(std::ostream& os, const ConstantPool& pool) const;
+
+    /// As AnnotationView::read, for one element value.
+    static ElementValueView read(ByteStream& in, bool named, unsigned depth = 0);
+
+    /// The primitive and string constant tags, which carry a const_value_index.
+    static bool isConstantTag(uint8_t tag);
+
+private:
+    const uint8_t* body() const { return mNamed ? mAt + 2 : mAt; }
+
+    const uint8_t* mAt;
+    bool mNamed;
+};
+
+/// One annotation: its type and its named element values.
+class AnnotationView {
+public:
+    explicit AnnotationView(const uint8_t* at) : mAt(at) {}
+
+    /// Pool index of the type descriptor (a Utf8 entry in a well-formed file).
+    uint16_t typeIndex() const { return loadU2(mAt); }
+    uint16_t numElementValuePairs() const { return loadU2(mAt + 2); }
+    ElementValueView::Range elementValuePairs() const {
+        return ElementValueView::Range(mAt + 4, numElementValuePairs(), true);
+    }
+
+    /// The first byte after the annotation.
+    const uint8_t* end() const;
+    void print(std::ostream& os, const ConstantPool& pool) const;
+
+    /// Walks one annotation at the stream's position with the stream's own reads, so that input
+    /// ending inside it or nesting deeper than MAX_ANNOTATION_DEPTH raises the reader's errors, and
+    /// returns its view. depth counts the enclosing annotations and arrays.
+    static AnnotationView read(ByteStream& in, unsigned depth = 0);
+
+    /// A counted run of annotations, as an annotation attribute holds them.
+    class Range {
+    public:
+        class iterator {
+        public:
+            iterator(const uint8_t* at, uint32_t left) : mAt(at), mLeft(left) {}
+            AnnotationView operator*() const { return AnnotationView(mAt); }
+            iterator& operator++() {
+                if (--mLeft > 0)
+                    mAt = AnnotationView(mAt).end();
+                return *this;
+            }
+            bool operator!=(const iterator& other) const { return mLeft != other.mLeft; }
+
+        private:
+            const uint8_t* mAt;
+            uint32_t mLeft;
+        };
+
+        Range() = default;
+        Range(const uint8_t* first, uint16_t count) : mFirst(first), mCount(count) {}
+        iterator begin() const { return iterator(mFirst, mCount); }
+        iterator end() const { return iterator(nullptr, 0); }
+        uint16_t size() const { return mCount; }
+        bool empty() const { return mCount == 0; }
+
+    private:
+        const uint8_t* mFirst = nullptr;
+        uint16_t mCount = 0;
+    };
+
+private:
+    const uint8_t* mAt;
+};
+
+inline AnnotationView ElementValueView::annotationValue() const {
+    return AnnotationView(body() + 1);
+}
+
+inline ElementValueView::Range ElementValueView::values() const {
+    return Range(body() + 3, numValues(), false);
+}
+
+} // namespace classfile
