@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <unordered_map>
 
 namespace kovbench {
 
@@ -14,6 +15,28 @@ std::atomic<bool> counting{false};
 int64_t live = 0;
 int64_t peak = 0;
 int64_t allocations = 0;
+
+// The trace being recorded; its own bookkeeping allocates with tracing off.
+std::atomic<bool> tracing{false};
+std::vector<HeapCall>* trace = nullptr;
+std::unordered_map<void*, int64_t>* callOf = nullptr;
+
+void recordAllocation(void* p, size_t size) {
+    tracing = false;
+    (*callOf)[p] = static_cast<int64_t>(trace->size());
+    trace->push_back({static_cast<int64_t>(size), -1});
+    tracing = true;
+}
+
+void recordRelease(void* p) {
+    tracing = false;
+    const auto found = callOf->find(p);
+    if (found != callOf->end()) {
+        trace->push_back({-1, found->second});
+        callOf->erase(found);
+    }
+    tracing = true;
+}
 
 void* allocate(size_t size, size_t alignment = 0) {
     void* p = nullptr;
@@ -30,12 +53,16 @@ void* allocate(size_t size, size_t alignment = 0) {
         peak = live > peak ? live : peak;
         ++allocations;
     }
+    if (tracing.load(std::memory_order_relaxed))
+        recordAllocation(p, size);
     return p;
 }
 
 void release(void* p) {
     if (p && counting.load(std::memory_order_relaxed))
         live -= static_cast<int64_t>(malloc_usable_size(p));
+    if (p && tracing.load(std::memory_order_relaxed))
+        recordRelease(p);
     std::free(p);
 }
 
@@ -48,6 +75,43 @@ HeapMeasurement::HeapMeasurement() {
 
 HeapMeasurement::~HeapMeasurement() {
     counting = false;
+}
+
+HeapTrace::HeapTrace() {
+    trace = new std::vector<HeapCall>;
+    callOf = new std::unordered_map<void*, int64_t>;
+    trace->reserve(1 << 20);
+    callOf->reserve(1 << 16);
+    tracing = true;
+}
+
+HeapTrace::~HeapTrace() {
+    tracing = false;
+    delete trace;
+    delete callOf;
+}
+
+std::vector<HeapCall> HeapTrace::calls() const {
+    tracing = false;
+    std::vector<HeapCall> copy(*trace);
+    tracing = true;
+    return copy;
+}
+
+void replayHeapCalls(const std::vector<HeapCall>& calls, std::vector<void*>& blocks) {
+    blocks.assign(calls.size(), nullptr);
+    for (size_t i = 0; i < calls.size(); ++i) {
+        if (calls[i].size >= 0) {
+            blocks[i] = std::malloc(static_cast<size_t>(calls[i].size ? calls[i].size : 1));
+        } else {
+            void*& block = blocks[static_cast<size_t>(calls[i].of)];
+            std::free(block);
+            block = nullptr;
+        }
+    }
+    // Blocks the traced code kept.
+    for (void* block : blocks)
+        std::free(block);
 }
 
 HeapUse HeapMeasurement::use() const {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace kovbench {
 
@@ -15,6 +16,27 @@ struct HeapUse {
     int64_t liveBytes = 0;
     int64_t allocations = 0;
 };
+
+/// The heap calls of a stretch of code, in order: a block of size bytes, or the release of the
+/// block made by the call at position of (size then is -1). Releases of older blocks are left out.
+struct HeapCall {
+    int64_t size;
+    int64_t of;
+};
+
+/// Records the heap calls made while it lives; same restrictions as HeapMeasurement.
+class HeapTrace {
+public:
+    HeapTrace();
+    ~HeapTrace();
+    HeapTrace(const HeapTrace&) = delete;
+    HeapTrace& operator=(const HeapTrace&) = delete;
+    std::vector<HeapCall> calls() const;
+};
+
+/// Makes the calls of a trace again with malloc and free alone: what the allocator costs for that
+/// pattern of blocks, whoever asks for them.
+void replayHeapCalls(const std::vector<HeapCall>& calls, std::vector<void*>& blocks);
 
 class HeapMeasurement {
 public:

@@ -1,5 +1,7 @@
 #include "classfile/AnnotationView.h"
 
+#include <cstdint>
+
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
@@ -99,47 +101,63 @@ const uint8_t* endOfValue(const uint8_t* p) {
     return q;
 }
 
-const uint8_t* annotationEndWithin(const uint8_t* p, const uint8_t* end, unsigned depth);
+// The walks below find where a value or an annotation ends when it lies whole in the len bytes at
+// base and nests no deeper than the reader allows, and FAULT otherwise; the stream's walk then
+// runs to raise the error. They work on offsets: a flat value (nearly all of a rule file's) is
+// stepped over without a test, which the next read or the walk's last test catches.
+constexpr size_t FAULT = SIZE_MAX;
 
-// The end of the unnamed value at p when the value lies whole before end and nests no deeper than
-// the reader allows; nullptr otherwise. The stream's walk then runs to raise the error.
-const uint8_t* valueEndWithin(const uint8_t* p, const uint8_t* end, unsigned depth) {
-    if (p == end)
-        return nullptr;
-    const uint8_t flat = FLAT_SIZES.bytes[*p];
-    if (flat)
-        return end - p >= flat ? p + flat : nullptr;
-    if (*p == '@')
-        return annotationEndWithin(p + 1, end, depth + 1);
-    if (depth + 1 > MAX_ANNOTATION_DEPTH || end - p < 3)
-        return nullptr;
-    uint16_t left = loadU2(p + 1);
-    p += 3;
+size_t valueEndAt(const uint8_t* base, size_t pos, size_t len, unsigned depth);
+
+// The array whose tag is at pos < len.
+inline size_t arrayEndAt(const uint8_t* base, size_t pos, size_t len, unsigned depth) {
+    if (depth + 1 > MAX_ANNOTATION_DEPTH || len - pos < 3)
+        return FAULT;
+    uint16_t left = loadU2(base + pos + 1);
+    pos += 3;
     for (; left > 0; --left) {
-        if (p == end)
-            return nullptr;
-        const uint8_t size = FLAT_SIZES.bytes[*p];
-        if (size) {
-            if (end - p < size)
-                return nullptr;
-            p += size;
-        } else if (!(p = valueEndWithin(p, end, depth + 1))) {
-            return nullptr;
-        }
+        if (pos >= len)
+            return FAULT;
+        const uint8_t size = FLAT_SIZES.bytes[base[pos]];
+        if (size)
+            pos += size;
+        else if ((pos = valueEndAt(base, pos, len, depth + 1)) == FAULT)
+            return FAULT;
     }
-    return p;
+    return pos <= len ? pos : FAULT;
 }
 
-const uint8_t* annotationEndWithin(const uint8_t* p, const uint8_t* end, unsigned depth) {
-    if (depth > MAX_ANNOTATION_DEPTH || end - p < 4)
-        return nullptr;
-    uint16_t left = loadU2(p + 2);
-    p += 4;
+// The annotation whose type index is at pos <= len.
+size_t annotationEndAt(const uint8_t* base, size_t pos, size_t len, unsigned depth) {
+    if (depth > MAX_ANNOTATION_DEPTH || len - pos < 4)
+        return FAULT;
+    uint16_t left = loadU2(base + pos + 2);
+    pos += 4;
     for (; left > 0; --left) {
-        if (end - p < 2 || !(p = valueEndWithin(p + 2, end, depth)))
-            return nullptr;
+        // The name's two bytes, then the tag.
+        pos += 2;
+        if (pos >= len)
+            return FAULT;
+        const uint8_t size = FLAT_SIZES.bytes[base[pos]];
+        if (size)
+            pos += size;
+        else if ((pos = base[pos] == '[' ? arrayEndAt(base, pos, len, depth)
+                                         : annotationEndAt(base, pos + 1, len, depth + 1)) == FAULT)
+            return FAULT;
     }
-    return p;
+    return pos <= len ? pos : FAULT;
+}
+
+// The unnamed value whose tag is at pos <= len.
+size_t valueEndAt(const uint8_t* base, size_t pos, size_t len, unsigned depth) {
+    if (pos >= len)
+        return FAULT;
+    const uint8_t flat = FLAT_SIZES.bytes[base[pos]];
+    if (flat)
+        return len - pos >= flat ? pos + flat : FAULT;
+    if (base[pos] == '@')
+        return annotationEndAt(base, pos + 1, len, depth + 1);
+    return arrayEndAt(base, pos, len, depth);
 }
 
 } // namespace
@@ -197,14 +215,11 @@ void AnnotationView::print(std::ostream& os, const ConstantPool& pool) const {
 // through the stream, whose reads raise the error with the offset and context of the fault.
 ElementValueView ElementValueView::read(ByteStream& in, bool named, unsigned depth) {
     const uint8_t* start = in.cursor();
-    const uint8_t* end = start + in.remaining();
-    const uint8_t* last = nullptr;
-    if (!named)
-        last = valueEndWithin(start, end, depth);
-    else if (end - start >= 2)
-        last = valueEndWithin(start + 2, end, depth);
-    if (last)
-        in.skip(static_cast<size_t>(last - start));
+    const size_t len = in.remaining();
+    const size_t end = named ? (len >= 2 ? valueEndAt(start, 2, len, depth) : FAULT)
+                             : valueEndAt(start, 0, len, depth);
+    if (end != FAULT)
+        in.skip(end);
     else
         walkElementValue(in, named, depth);
     return ElementValueView(start, named);
@@ -212,8 +227,9 @@ ElementValueView ElementValueView::read(ByteStream& in, bool named, unsigned dep
 
 AnnotationView AnnotationView::read(ByteStream& in, unsigned depth) {
     const uint8_t* start = in.cursor();
-    if (const uint8_t* last = annotationEndWithin(start, start + in.remaining(), depth))
-        in.skip(static_cast<size_t>(last - start));
+    const size_t end = annotationEndAt(start, 0, in.remaining(), depth);
+    if (end != FAULT)
+        in.skip(end);
     else
         walkAnnotation(in, depth);
     return AnnotationView(start);

@@ -42,6 +42,11 @@ public:
                     mAt = ElementValueView(mAt, mNamed).end();
                 return *this;
             }
+            /// As ++, for a reader that has walked the current value and knows where it ends.
+            void moveTo(const uint8_t* next) {
+                --mLeft;
+                mAt = next;
+            }
             bool operator!=(const iterator& other) const { return mLeft != other.mLeft; }
 
         private:

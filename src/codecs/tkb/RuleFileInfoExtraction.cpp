@@ -96,6 +96,10 @@ std::wstring wideText(const ConstantPool& pool, ElementValueView value, std::str
     return widen(text);
 }
 
+// fillAnnotation, returning the end of the nested annotation, which it walks whole.
+const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& annotation,
+                                AnnotationView nested, MemoryBudget& budget);
+
 enum class EntryKind { Attribute, Rule };
 
 // Calls take(kind) for every "name" element of the marker's nested annotations that marks an
@@ -128,10 +132,13 @@ void fillAnnotationList(const ClassInfo& classFile, AnnotationView marker, Owner
     budget.charge(sizeof(AnnotationImpl) * nested.size(), "the annotations of its rule file info");
     owner.setNumAnnotations(nested.size());
     size_t k = 0;
-    for (const ElementValueView value : nested) {
+    for (auto it = nested.begin(); it != nested.end(); ++k) {
+        const ElementValueView value = *it;
         if (value.tag() == '@')
-            fillAnnotation(classFile, owner.annotations[k], value.annotationValue(), budget);
-        ++k;
+            it.moveTo(fillAnnotationAt(classFile, owner.annotations[k], value.annotationValue(),
+                                       budget));
+        else
+            ++it;
     }
 }
 
@@ -324,6 +331,13 @@ Field fieldOf(std::string_view name) {
 
 void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                     AnnotationView nested, MemoryBudget& budget) {
+    fillAnnotationAt(classFile, annotation, nested, budget);
+}
+
+namespace {
+
+const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& annotation,
+                                AnnotationView nested, MemoryBudget& budget) {
     static const char* const ARGUMENT_TEXTS = "the texts of its annotation arguments";
     const ConstantPool& pool = *classFile.constant_pool;
 
@@ -333,16 +347,21 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
     size_t reached[NONE] = {};
     std::string nameScratch;
     std::string textScratch;
-    for (const ElementValueView pair : nested.elementValuePairs()) {
+    const ElementList pairs = nested.elementValuePairs();
+    const uint8_t* after = nullptr;
+    for (auto it = pairs.begin(); it != pairs.end(); it.moveTo(after)) {
+        const ElementValueView pair = *it;
+        // Where the pair ends, found by walking it unless the work below walks it anyway.
+        after = nullptr;
         const std::string_view name = elementName(pool, pair, nameScratch, budget);
-        if (name == NAME_ELEMENT) {
+        const Field field = name == NAME_ELEMENT ? NONE : fieldOf(name);
+        if (name == NAME_ELEMENT)
             annotation.name =
                 wideText(pool, pair, textScratch, budget, "the names of its annotations");
+        if (field == NONE) {
+            after = pair.end();
             continue;
         }
-        const Field field = fieldOf(name);
-        if (field == NONE)
-            continue;
 
         const ElementList values = pair.values();
         if (!sized) {
@@ -358,14 +377,17 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
         const size_t end = std::max(given, reached[field]);
         reached[field] = given;
         auto next = values.begin();
+        const uint8_t* valueEnd = nullptr;
         for (size_t k = 0; k < end; ++k) {
             AnnotationArgumentImpl& argument = annotation.arguments[k];
-            const bool given = k < values.size();
-            const ElementValueView value = given ? *next : ElementValueView(nullptr, false);
-            if (given)
-                ++next;
+            const bool present = k < values.size();
+            const ElementValueView value = present ? *next : ElementValueView(nullptr, false);
+            if (present) {
+                valueEnd = value.end();
+                next.moveTo(valueEnd);
+            }
             const classfile::ConstantPoolEntry* constant =
-                given ? pool.get(value.constValueIndex()) : nullptr;
+                present ? pool.get(value.constValueIndex()) : nullptr;
             const auto* integer = constant && constant->tag() == classfile::ConstantTag::Integer
                                       ? static_cast<const classfile::CPEInteger*>(constant)
                                       : nullptr;
@@ -379,8 +401,9 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             }
             case NAMES:
-                argument.key = given ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
-                                     : std::wstring();
+                argument.key = present
+                                   ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
+                                   : std::wstring();
                 break;
             case BVALS: argument.boolValue = integer && integer->value != 0; break;
             case DVALS:
@@ -391,14 +414,19 @@ void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                 break;
             case SVALS:
                 argument.strValue =
-                    given ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
-                          : std::wstring();
+                    present ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
+                            : std::wstring();
                 break;
             case NONE: break;
             }
         }
+        // The values were walked to the last one: the pair ends there.
+        after = given == values.size() && valueEnd ? valueEnd : pair.end();
     }
+    return pairs.empty() ? nested.end() : after;
 }
+
+} // namespace
 
 RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& budget) {
     const ConstantPool& pool = *classFile.constant_pool;

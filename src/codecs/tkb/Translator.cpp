@@ -121,12 +121,65 @@ struct SameMethodKey {
     }
 };
 
+// Method name followed by descriptor -> position, in one block: open addressing with linear
+// probing, never more than half full, so that a rule file's thousands of methods cost one
+// allocation rather than one each.
+class OwnMethodTable {
+  public:
+    explicit OwnMethodTable(size_t count) {
+        size_t capacity = 8;
+        while (capacity < 2 * count)
+            capacity *= 2;
+        mSlots.resize(capacity);
+        mMask = capacity - 1;
+    }
+
+    size_t hash(const MethodKey& key) const { return mHash(key); }
+
+    /// The position stored for key, whose hash is given, or nullptr.
+    int32_t* find(const MethodKey& key, size_t hash) {
+        Slot& slot = slotFor(key, hash);
+        return slot.position < 0 ? nullptr : &slot.position;
+    }
+
+    /// Stores position for key, which must not be present yet.
+    void insert(const MethodKey& key, size_t hash, int32_t position) {
+        Slot& slot = slotFor(key, hash);
+        slot.key = key;
+        slot.hash = hash;
+        slot.position = position;
+    }
+
+  private:
+    struct Slot {
+        MethodKey key;
+        size_t hash = 0;
+        /// -1 while the slot is empty.
+        int32_t position = -1;
+    };
+
+    // The slot holding key, or the empty slot where it belongs.
+    Slot& slotFor(const MethodKey& key, size_t hash) {
+        for (size_t i = hash & mMask;; i = (i + 1) & mMask) {
+            Slot& slot = mSlots[i];
+            if (slot.position < 0 || (slot.hash == hash && mSame(slot.key, key)))
+                return slot;
+        }
+    }
+
+    std::vector<Slot> mSlots;
+    size_t mMask = 0;
+    MethodKeyHash mHash;
+    SameMethodKey mSame;
+};
+
 class Translator {
   public:
     Translator(kovx::TKBProgram& program, const ClassInfo& classFile, size_t memoryLimit)
         : mProgram(program), mClass(classFile), mPool(*classFile.constant_pool),
           // Deliberately signed: a pool of 32768 or more slots is not translated.
-          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)), mBudget(memoryLimit) {}
+          mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)),
+          mOwnMethods(classFile.methods.size()), mBudget(memoryLimit) {}
 
     void run() {
         mapOwnMethods();
@@ -143,16 +196,15 @@ class Translator {
     }
 
     void mapOwnMethods() {
-        mOwnMethods.reserve(mClass.methods.size());
         for (size_t position = 0; position < mClass.methods.size(); ++position) {
             const classfile::MethodInfo& method = *mClass.methods[position];
             std::string nameScratch;
             std::string descriptorScratch;
             MethodKey key{text(method.name_index, "a method name", nameScratch),
                           text(method.descriptor_index, "a method descriptor", descriptorScratch)};
-            auto known = mOwnMethods.find(key);
-            if (known != mOwnMethods.end()) {
-                known->second = static_cast<int32_t>(position);
+            const size_t hash = mOwnMethods.hash(key);
+            if (int32_t* known = mOwnMethods.find(key, hash)) {
+                *known = static_cast<int32_t>(position);
                 continue;
             }
             const size_t size = key.name.size() + key.descriptor.size();
@@ -163,7 +215,7 @@ class Translator {
                 mComposedKeys.push_back(std::string(key.name) + std::string(key.descriptor));
                 key = MethodKey{mComposedKeys.back(), std::string_view()};
             }
-            mOwnMethods.emplace(key, static_cast<int32_t>(position));
+            mOwnMethods.insert(key, hash, static_cast<int32_t>(position));
         }
     }
 
@@ -233,9 +285,9 @@ class Translator {
         mKey += descriptor;
 
         // A method of this file, whatever class the reference names.
-        auto own = mOwnMethods.find(MethodKey{name, descriptor});
-        if (own != mOwnMethods.end()) {
-            storeMethod(i, definedMethod(i, own->second, name, descriptor));
+        const MethodKey key{name, descriptor};
+        if (const int32_t* own = mOwnMethods.find(key, mOwnMethods.hash(key))) {
+            storeMethod(i, definedMethod(i, *own, name, descriptor));
             return;
         }
         if (ref.classIndex == OWN_CLASS_INDEX) {
@@ -408,8 +460,8 @@ class Translator {
     const ClassInfo& mClass;
     const ConstantPool& mPool;
     const int32_t mPoolCount;
-    /// Method name followed by descriptor -> position; the later of equal keys wins.
-    std::unordered_map<MethodKey, int32_t, MethodKeyHash, SameMethodKey> mOwnMethods;
+    /// The later of equal keys wins.
+    OwnMethodTable mOwnMethods;
     /// The texts of keys that views into the input cannot hold.
     std::deque<std::string> mComposedKeys;
     int32_t mBuiltinsClass = -1;
