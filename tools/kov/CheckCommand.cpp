@@ -103,19 +103,48 @@ private:
     int mSaved;
 };
 
-// Hands the files out one at a time, so that one huge file holds up only its own worker.
+// The files in order of size, largest first. The first worker takes them from the front, the others
+// from the back, one at a time until they meet: one huge file holds up only its own worker, and
+// only the first worker's heap grows to the size the largest decodes need (fresh heap costs a page
+// fault per page in every worker that touches it).
+class WorkQueue {
+public:
+    explicit WorkQueue(const std::vector<Target>& targets) : mOrder(targets.size()) {
+        for (size_t i = 0; i < mOrder.size(); ++i)
+            mOrder[i] = i;
+        std::stable_sort(mOrder.begin(), mOrder.end(),
+                         [&](size_t a, size_t b) { return targets[a].size > targets[b].size; });
+        mBack = mOrder.size();
+    }
+
+    /// The index of the next target for worker, or false when none is left.
+    bool next(size_t worker, size_t& target) {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (mFront == mBack)
+            return false;
+        target = worker == 0 ? mOrder[mFront++] : mOrder[--mBack];
+        return true;
+    }
+
+private:
+    std::vector<size_t> mOrder;
+    std::mutex mMutex;
+    size_t mFront = 0;
+    size_t mBack = 0;
+};
+
 std::vector<CheckResult> checkAll(Host& host, const Invocation& invocation,
                                   const std::vector<Target>& targets, size_t jobs,
                                   bool isolate, int progressFd) {
     std::vector<CheckResult> results(targets.size());
-    std::atomic<size_t> next{0};
+    WorkQueue queue(targets);
     std::atomic<size_t> done{0};
     std::atomic<uint64_t> bytesDone{0};
     std::mutex mutex;
     std::condition_variable finished;
-    auto work = [&]() {
+    auto work = [&](size_t worker) {
         FileChecker checker(host, invocation.pluginPaths, isolate);
-        for (size_t i; (i = next++) < targets.size();) {
+        for (size_t i; queue.next(worker, i);) {
             results[i] = checker.check(targets[i].path);
             bytesDone += results[i].bytes;
             if (++done == targets.size()) {
@@ -126,7 +155,7 @@ std::vector<CheckResult> checkAll(Host& host, const Invocation& invocation,
     };
     std::vector<std::thread> workers;
     for (size_t j = 0; j < std::min(jobs, targets.size()); ++j)
-        workers.emplace_back(work);
+        workers.emplace_back(work, j);
     if (progressFd >= 0) {
         uint64_t totalBytes = 0;
         for (const Target& target : targets)
