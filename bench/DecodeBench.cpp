@@ -65,6 +65,14 @@ void fullDecode(benchmark::State& state, const Input& input) {
     if (state.thread_index() == 0) {
         setHeapCounters(state, input, "", [&] { decodeOnce(decoder, input); });
         setHeapCounters(state, input, "model_", [&] { readModel(input); });
+        // What the rule program and its rule file info hold once the decode has returned.
+        HeapMeasurement measurement;
+        MemoryBuffer buffer(input.bytes);
+        std::istream in(&buffer);
+        kovx::ContentPtrVector results;
+        decoder.decode(results, in);
+        state.counters["result_heap/size"] = static_cast<double>(measurement.use().liveBytes) /
+                                             static_cast<double>(input.bytes.size());
     }
     for (auto _ : state)
         decodeOnce(decoder, input);

@@ -169,13 +169,11 @@ std::string_view ConstantPool::textOfOtherEntry(uint32_t index, const char* what
     return scratch;
 }
 
-void ConstantPool::countCopiedText(size_t bytes, const char* what) {
-    if (bytes > MAX_COPIED_TEXT - mCopiedText)
-        failRead(std::string("too much text copied out of the constant pool for ") + what,
-                 formatText("Reading TKB failed: %s would copy more than %d MiB of text out of the "
-                            "constant pool; the file is damaged or hostile",
-                            what, MAX_COPIED_TEXT >> 20));
-    mCopiedText += bytes;
+void ConstantPool::failCopiedText(const char* what) {
+    failRead(std::string("too much text copied out of the constant pool for ") + what,
+             formatText("Reading TKB failed: %s would copy more than %d MiB of text out of the "
+                        "constant pool; the file is damaged or hostile",
+                        what, MAX_COPIED_TEXT >> 20));
 }
 
 std::string ConstantPool::displayValue(uint32_t index) const {
@@ -194,10 +192,8 @@ void ConstantPool::keepInput(const ByteStream& in) const {
         mInputs.push_back(in.input());
 }
 
-uint8_t& ConstantPool::attributeKindOf(uint32_t index) const {
-    if (mAttributeKinds.size() <= index)
-        mAttributeKinds.resize(std::max<size_t>(size(), index + 1));
-    return mAttributeKinds[index];
+void ConstantPool::growAttributeKinds(uint32_t index) const {
+    mAttributeKinds.resize(std::max<size_t>(size(), index + 1));
 }
 
 uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {

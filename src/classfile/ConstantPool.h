@@ -68,7 +68,11 @@ public:
     }
     /// Counts bytes of pool text that a record keeps a copy of; raises a runtime error naming what
     /// once the copies of this pool's file pass MAX_COPIED_TEXT.
-    void countCopiedText(size_t bytes, const char* what);
+    void countCopiedText(size_t bytes, const char* what) {
+        if (bytes > MAX_COPIED_TEXT - mCopiedText)
+            failCopiedText(what);
+        mCopiedText += bytes;
+    }
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
@@ -85,7 +89,11 @@ public:
     void keepInput(const ByteStream& in) const;
     /// The attribute kind that the name at index was found to name, plus one; 0 while unknown.
     /// The attribute factory looks each name up once.
-    uint8_t& attributeKindOf(uint32_t index) const;
+    uint8_t& attributeKindOf(uint32_t index) const {
+        if (mAttributeKinds.size() <= index)
+            growAttributeKinds(index);
+        return mAttributeKinds[index];
+    }
 
     /// The pool listing.
     void print(std::ostream& os) const;
@@ -110,6 +118,9 @@ private:
     mutable Arena mArena;
     /// The entries that add took over; entries refers to them.
     std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
+    [[noreturn]] static void failCopiedText(const char* what);
+    void growAttributeKinds(uint32_t index) const;
+
     mutable std::vector<uint8_t> mAttributeKinds;
     size_t mCopiedText = 0;
 
