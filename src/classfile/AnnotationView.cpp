@@ -86,7 +86,8 @@ struct FlatSizes {
 };
 constexpr FlatSizes FLAT_SIZES;
 
-// The end of the unnamed value at p.
+// The end of the unnamed value at p, in bytes that were walked when they were read: the walk below
+// without its tests, which the rule file info extraction runs for every value it steps over.
 const uint8_t* endOfValue(const uint8_t* p) {
     const uint8_t flat = FLAT_SIZES.bytes[*p];
     if (flat)
