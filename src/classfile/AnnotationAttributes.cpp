@@ -9,7 +9,6 @@ namespace classfile {
 
 namespace {
 
-
 AnnotationView::Range readAnnotations(ByteStream& in, uint16_t count) {
     const uint8_t* first = in.cursor();
     ByteStream::Section section(in, "annotation ", 0);

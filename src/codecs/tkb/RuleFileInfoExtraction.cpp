@@ -354,7 +354,7 @@ const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& anno
         // Where the pair ends, found by walking it unless the work below walks it anyway.
         after = nullptr;
         const std::string_view name = elementName(pool, pair, nameScratch, budget);
-        const Field field = name == NAME_ELEMENT ? NONE : fieldOf(name);
+        const Field field = fieldOf(name);
         if (name == NAME_ELEMENT)
             annotation.name =
                 wideText(pool, pair, textScratch, budget, "the names of its annotations");
