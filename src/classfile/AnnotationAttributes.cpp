@@ -1,7 +1,5 @@
 #include "classfile/AnnotationAttributes.h"
 
-#include <string>
-
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPool.h"
 
