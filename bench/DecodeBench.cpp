@@ -91,10 +91,10 @@ void allocatorFloor(benchmark::State& state, const Input& input) {
         decodeOnce(decoder, input);
         calls = trace.calls();
     }
-    std::vector<void*> blocks;
+    HeapReplay replay(std::move(calls));
     for (auto _ : state)
-        replayHeapCalls(calls, blocks);
-    state.counters["heap_calls"] = static_cast<double>(calls.size());
+        replay.run();
+    state.counters["heap_calls"] = static_cast<double>(replay.calls());
     setThroughput(state, input);
 }
 

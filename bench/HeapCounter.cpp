@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
 namespace kovbench {
 
@@ -98,20 +99,27 @@ std::vector<HeapCall> HeapTrace::calls() const {
     return copy;
 }
 
-void replayHeapCalls(const std::vector<HeapCall>& calls, std::vector<void*>& blocks) {
-    blocks.assign(calls.size(), nullptr);
-    for (size_t i = 0; i < calls.size(); ++i) {
-        if (calls[i].size >= 0) {
-            blocks[i] = std::malloc(static_cast<size_t>(calls[i].size ? calls[i].size : 1));
-        } else {
-            void*& block = blocks[static_cast<size_t>(calls[i].of)];
-            std::free(block);
-            block = nullptr;
-        }
+HeapReplay::HeapReplay(std::vector<HeapCall> calls)
+    : mCalls(std::move(calls)), mBlocks(mCalls.size()) {
+    std::vector<bool> released(mCalls.size());
+    for (const HeapCall& call : mCalls)
+        if (call.size < 0)
+            released[static_cast<size_t>(call.of)] = true;
+    for (size_t i = 0; i < mCalls.size(); ++i)
+        if (mCalls[i].size >= 0 && !released[i])
+            mKept.push_back(i);
+}
+
+void HeapReplay::run() {
+    for (size_t i = 0; i < mCalls.size(); ++i) {
+        const HeapCall& call = mCalls[i];
+        if (call.size >= 0)
+            mBlocks[i] = std::malloc(static_cast<size_t>(call.size ? call.size : 1));
+        else
+            std::free(mBlocks[static_cast<size_t>(call.of)]);
     }
-    // Blocks the traced code kept.
-    for (void* block : blocks)
-        std::free(block);
+    for (size_t i : mKept)
+        std::free(mBlocks[i]);
 }
 
 HeapUse HeapMeasurement::use() const {

@@ -36,7 +36,19 @@ public:
 
 /// Makes the calls of a trace again with malloc and free alone: what the allocator costs for that
 /// pattern of blocks, whoever asks for them.
-void replayHeapCalls(const std::vector<HeapCall>& calls, std::vector<void*>& blocks);
+class HeapReplay {
+public:
+    explicit HeapReplay(std::vector<HeapCall> calls);
+    /// One replay; blocks the traced code kept are freed at its end.
+    void run();
+    size_t calls() const { return mCalls.size(); }
+
+private:
+    std::vector<HeapCall> mCalls;
+    /// The calls whose blocks the traced code never released.
+    std::vector<size_t> mKept;
+    std::vector<void*> mBlocks;
+};
 
 class HeapMeasurement {
 public:
