@@ -1,5 +1,6 @@
 #include "loader/ExtensionManagerImpl.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cwchar>
 #include <exception>
@@ -88,8 +89,18 @@ ExtensionManagerImpl::~ExtensionManagerImpl() noexcept(false) {
 void ExtensionManagerImpl::addFactory(kovx::ExtensionFactory* factory) {
     if (!factory)
         throw std::invalid_argument("cannot register a null extension factory");
+    const std::wstring& id = factory->getID();
+    if (mAdded)
+        mAdded->emplace_back(id, factory);
     // A replaced factory is deliberately neither deleted nor reported.
-    mFactories[factory->getID()] = factory;
+    mFactories[id] = factory;
+}
+
+bool ExtensionManagerImpl::holdsAny(const AddedFactories& added) const {
+    return std::any_of(added.begin(), added.end(), [this](const auto& entry) {
+        auto it = mFactories.find(entry.first);
+        return it != mFactories.end() && it->second == entry.second;
+    });
 }
 
 void ExtensionManagerImpl::listIds(kovx::Extension::ExtensionType type, wchar_t* result,
@@ -311,6 +322,7 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
     // Outside the try: what the library throws may be an object of its own class, whose what()
     // and destructor are its code. The library stays loaded until the handler is done with it.
     boost::shared_ptr<ExtensionLibrary> library;
+    AddedFactories added;
     try {
         if (pluginProbingEnabled() && !survivesProbe(path))
             return;
@@ -318,8 +330,10 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
         library.reset(new ExtensionLibrary(path));
         if (!library->getHandle())
             kovx::LogFormatterW(kov::LOG_WARNING, L"failed to load library %s") % fileName;
-        else
+        else {
+            mAdded = &added;
             library->registerFactories(this);
+        }
         // A library that failed to open is kept too; a path seen before keeps its first library,
         // and this one closes again when it goes out of scope.
         mLibraries.insert(std::make_pair(path, library));
@@ -334,7 +348,9 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
             L"failed to load or register extensions from '%s' due to unknown exception.") %
             path;
     }
-    if (library && library->getHandle() && mLibraries.find(path) == mLibraries.end())
+    mAdded = nullptr;
+    // A failed library that left nothing registered closes here, as the last owner lets go.
+    if (library && mLibraries.find(path) == mLibraries.end() && holdsAny(added))
         mFailedLibraries.push_back(library);
 }
 

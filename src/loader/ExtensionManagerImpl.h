@@ -45,17 +45,22 @@ private:
     // walk of the registry runs in this order, which is what makes the tie-breaks deterministic.
     using FactoryMap = std::map<std::wstring, kovx::ExtensionFactory*>;
     using LibraryMap = std::map<std::string, boost::shared_ptr<ExtensionLibrary>>;
+    // What one registration added, each factory under the id it had then.
+    using AddedFactories = std::vector<std::pair<std::wstring, kovx::ExtensionFactory*>>;
 
     void listIds(kovx::Extension::ExtensionType type, wchar_t* result, size_t* resultSize) const;
     void scanPath(const std::wstring& path);
     void logListing() const;
+    bool holdsAny(const AddedFactories& added) const;
 
     LibraryMap mLibraries;
     FactoryMap mFactories;
-    // Libraries whose registration threw. They are not in the library map, so nobody asks them to
-    // unregister, but the factories they added before throwing are registered: their code stays
-    // loaded until those factories are deleted.
+    // Libraries whose registration threw after adding factories that are still registered. They
+    // are not in the library map, so nobody asks them to unregister, but their code stays loaded
+    // until those factories are deleted.
     std::vector<boost::shared_ptr<ExtensionLibrary>> mFailedLibraries;
+    // Set while a library registers its factories.
+    AddedFactories* mAdded = nullptr;
 };
 
 } // namespace loader

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -18,6 +19,8 @@ namespace {
 const std::string PLUGIN_DIR = KOVTEST_PLUGIN_DIR;
 const std::string FULL_PLUGIN = KOVTEST_FULL_PLUGIN;
 const std::string NESTED_PLUGIN = KOVTEST_NESTED_PLUGIN;
+const std::string NOREGISTER_PLUGIN = KOVTEST_NOREGISTER_PLUGIN;
+const std::string THROWING_PLUGIN = KOVTEST_THROWING_PLUGIN;
 const std::string THROWING_OWN_PLUGIN = KOVTEST_THROWING_OWN_PLUGIN;
 const std::string THROWING_ON_UNREGISTER_PLUGIN = KOVTEST_THROWING_ON_UNREGISTER_PLUGIN;
 const std::string HALF_REGISTERED_PLUGIN = KOVTEST_HALF_REGISTERED_PLUGIN;
@@ -67,6 +70,13 @@ std::string listed(const std::string& id, const char* meritAndDescription) {
 
 std::wstring wide(const std::string& path) {
     return std::wstring(path.begin(), path.end());
+}
+
+bool isLoaded(const std::string& path) {
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle);
+    return handle != nullptr;
 }
 
 } // namespace
@@ -160,6 +170,27 @@ TEST(PluginScanTest, FactoriesOfAFailedRegistrationKeepTheirLibraryLoaded) {
                      "failed to load or register extensions from '" + HALF_REGISTERED_PLUGIN +
                          "' due to exception: registration failed half-way"));
     EXPECT_TRUE(take(messages, kov::LOG_INFO, listed("test.half.Decoder", "(3.0) test decoder")));
+}
+
+// Nothing of theirs is registered, so nothing needs their code: they close while the manager lives.
+TEST(PluginScanTest, FailedRegistrationsThatAddedNothingCloseAtOnceAndNeverUnregister) {
+    kovtest::LogCapture log;
+    unsetenv("KOVTEST_NOREGISTER_UNREGISTERED");
+    ASSERT_FALSE(isLoaded(NOREGISTER_PLUGIN));
+    ASSERT_FALSE(isLoaded(THROWING_PLUGIN));
+    {
+        loader::ExtensionManagerImpl manager;
+        manager.loadExtensionLibrary(NOREGISTER_PLUGIN);
+        manager.loadExtensionLibrary(THROWING_PLUGIN);
+        EXPECT_FALSE(isLoaded(NOREGISTER_PLUGIN));
+        EXPECT_FALSE(isLoaded(THROWING_PLUGIN));
+        // The library that registered its factories stays.
+        manager.loadExtensionLibrary(HALF_REGISTERED_PLUGIN);
+        EXPECT_TRUE(isLoaded(HALF_REGISTERED_PLUGIN));
+    }
+    EXPECT_EQ(std::getenv("KOVTEST_NOREGISTER_UNREGISTERED"), nullptr);
+    EXPECT_FALSE(isLoaded(HALF_REGISTERED_PLUGIN));
+    EXPECT_EQ(log.messages().size(), 3u);
 }
 
 TEST(PluginScanTest, TeardownUnregistersAllThenDeletesFactoriesThenUnloads) {
