@@ -21,14 +21,12 @@ struct ProbeResult {
 /// True when KOV_PROBE_PLUGINS=1: then every plug-in is probed before it is loaded.
 bool pluginProbingEnabled();
 
-/// The helper program: $KOV_PROBE_HELPER, or else kov-plugin-probe in libexec/kov beside the
-/// library directory of the binary that holds this code, which is where the build tree and an
-/// installation into a prefix put it.
-std::string probeHelperPath();
-
 /// Runs the helper on the library at path and waits at most timeout for it, then kills it. The
-/// helper's standard input is /dev/null, its standard output is read for its report, and its
-/// standard error is the host's, so that what a dying plug-in says is not lost.
+/// helper is $KOV_PROBE_HELPER, or else kov-plugin-probe in libexec/kov beside the library
+/// directory of the binary that holds this code, which is where the build tree and an
+/// installation into a prefix put it. Its standard input is /dev/null, its standard output is
+/// read for its reply, and its standard error is the host's, so that what a dying plug-in says
+/// is not lost.
 ProbeResult probePlugin(const std::string& path, std::chrono::milliseconds timeout);
 
 } // namespace loader

@@ -1,12 +1,11 @@
 // kov-plugin-probe LIBRARY: loads one plug-in library the way the extension manager does, lets it
 // register its factories, lists them, lets it unregister them and unloads it again, all in this
-// process of its own. The
-// manager runs it before it loads a plug-in itself when probing is switched on: a plug-in that
-// kills this process would have killed the host.
+// process of its own. The manager runs it before it loads a plug-in itself when probing is
+// switched on: a plug-in that kills this process would have killed the host.
 //
-// Prints "ok" on standard output when it is done; what the plug-in writes to standard output goes
-// nowhere. Exceptions of the plug-in do not matter here, the host handles them when it loads the
-// library itself; neither does anything logged, which the host logs again.
+// Prints its reply on standard output when it is done; what the plug-in writes to standard output
+// goes nowhere. Exceptions of the plug-in do not matter here, the host handles them when it loads
+// the library itself; neither does anything logged, which the host logs again.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 
 #include "kovx/Log.h"
 #include "loader/ExtensionManagerImpl.h"
+#include "loader/ProbeProtocol.h"
 #include "util/StringUtils.h"
 
 // GCC announces AddressSanitizer with __SANITIZE_ADDRESS__, Clang only through __has_feature.
@@ -41,7 +41,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     // Probing from the probe would never end.
-    unsetenv("KOV_PROBE_PLUGINS");
+    unsetenv(loader::probe::ENABLE_VARIABLE);
     const int report = dup(STDOUT_FILENO);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (report < 0 || nowhere < 0 || dup2(nowhere, STDOUT_FILENO) < 0) {
@@ -61,7 +61,8 @@ int main(int argc, char** argv) {
     } catch (...) {
         // The teardown's failure to unregister: the host reports it when it happens there.
     }
-    if (write(report, "ok\n", 3) != 3)
+    const ssize_t replySize = sizeof loader::probe::SURVIVED_REPLY - 1;
+    if (write(report, loader::probe::SURVIVED_REPLY, replySize) != replySize)
         return 2;
     return 0;
 }
