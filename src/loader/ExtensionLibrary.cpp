@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "kovx/ExtensionManager.h"
-#include "kovx/Log.h"
 #include "loader/ElfCheck.h"
+#include "loader/PluginFailure.h"
 
 namespace loader {
 
@@ -21,31 +21,22 @@ std::string lastLoaderError() {
 } // namespace
 
 ExtensionLibrary::ExtensionLibrary(const std::string& path) : mPath(path) {
-    try {
-        // Said the way the dynamic loader says it, "<path>: <reason>", so that both refusals read
-        // alike.
-        const std::string problem = elfHeaderProblem(mPath);
-        if (!problem.empty())
-            throw std::runtime_error("error while loading library '" + mPath + "': " + mPath +
-                                     ": " + problem);
-        mHandle = dlopen(mPath.c_str(), RTLD_NOW);
-        if (!mHandle)
-            throw std::runtime_error("error while loading library '" + mPath +
-                                     "': " + lastLoaderError());
-    } catch (const std::exception& e) {
-        kovx::LogFormatter(kov::LOG_ERROR, "failed to load library: ", e);
+    // Said the way the dynamic loader says it, "<path>: <reason>", so that both refusals read
+    // alike.
+    const std::string problem = elfHeaderProblem(mPath);
+    if (!problem.empty()) {
+        mOpenError = "error while loading library '" + mPath + "': " + mPath + ": " + problem;
+        return;
     }
+    mHandle = dlopen(mPath.c_str(), RTLD_NOW);
+    if (!mHandle)
+        mOpenError = "error while loading library '" + mPath + "': " + lastLoaderError();
 }
 
 ExtensionLibrary::~ExtensionLibrary() {
     try {
-        try {
-            if (mHandle && dlclose(mHandle) != 0)
-                throw std::runtime_error("!!! error while unloading extension library: " +
-                                         lastLoaderError());
-        } catch (const std::exception& e) {
-            kovx::LogFormatter(kov::LOG_ERROR, "failed to unload library", e);
-        }
+        if (mHandle && dlclose(mHandle) != 0)
+            reportPluginFailure(PluginFailure::UNLOAD_FAILED, mPath, lastLoaderError());
     } catch (...) {
         // Not even a failed log may leave a destructor.
     }

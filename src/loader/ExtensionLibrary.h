@@ -13,7 +13,8 @@ namespace loader {
 class ExtensionLibrary {
 public:
     /// Opens the library at path, unless its ELF headers already show that it cannot be one of
-    /// this machine's libraries; a failure is logged and leaves the handle null, never thrown.
+    /// this machine's libraries; a failure leaves the handle null and its reason in openError,
+    /// and is never thrown.
     explicit ExtensionLibrary(const std::string& path);
     virtual ~ExtensionLibrary();
 
@@ -27,15 +28,17 @@ public:
     /// missing.
     void unregisterFactories(kovx::ExtensionManager* manager);
 
-    const std::string& getPath() const { return mPath; }
     /// The dynamic loader's handle; null when opening failed.
     void* getHandle() const { return mHandle; }
+    /// Why the library did not open, in the dynamic loader's words; empty when it did.
+    const std::string& openError() const { return mOpenError; }
 
 private:
     void* lookup(const char* name) const;
 
     std::string mPath;
     void* mHandle = nullptr;
+    std::string mOpenError;
 };
 
 } // namespace loader

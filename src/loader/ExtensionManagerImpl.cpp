@@ -15,6 +15,7 @@
 #include "kovx/StatusException.h"
 #include "loader/BuiltinFactories.h"
 #include "loader/ExtensionLibrary.h"
+#include "loader/PluginFailure.h"
 #include "loader/PluginProbe.h"
 #include "util/StringUtils.h"
 
@@ -35,19 +36,16 @@ std::string uriText(const kovx::URIPtr& uri) {
     return uri ? uri->str() : std::string();
 }
 
-// Probes the library in a helper process; false, after logging why, when it killed the helper.
+// Probes the library in a helper process; false, after reporting why, when it killed the helper.
 bool survivesProbe(const std::string& path) {
     const ProbeResult probe = probePlugin(path, PROBE_TIMEOUT);
     if (probe.outcome == ProbeResult::DIED) {
-        kovx::LogFormatterW(kov::LOG_WARNING, L"skipping plug-in '%s': its probe process %s") %
-            path % probe.detail;
+        reportPluginFailure(PluginFailure::PROBE_DIED, path, probe.detail);
         return false;
     }
     // Not knowing is no reason to lose a good plug-in: it is loaded as without probing.
     if (probe.outcome == ProbeResult::NOT_PROBED)
-        kovx::LogFormatterW(kov::LOG_WARNING,
-                            L"cannot probe plug-in '%s' (%s), loading it in-process") %
-            path % probe.detail;
+        reportPluginFailure(PluginFailure::PROBE_UNAVAILABLE, path, probe.detail);
     return true;
 }
 
@@ -278,7 +276,8 @@ void ExtensionManagerImpl::scanPath(const std::wstring& widePath) {
         path = fs::path(widePath);
     } catch (const std::exception&) {
         // The path has no narrow form in the current locale.
-        kovx::LogFormatterW(kov::LOG_WARNING, L"Invalid plugin path: '%s'") % widePath;
+        reportPluginFailure(PluginFailure::INVALID_PATH,
+                            util::StringUtils::toUTF8FromUTF32(widePath));
         return;
     }
 
@@ -293,7 +292,7 @@ void ExtensionManagerImpl::scanPath(const std::wstring& widePath) {
     case fs::status_error:
     case fs::file_not_found:
     case fs::type_unknown:
-        kovx::LogFormatterW(kov::LOG_WARNING, L"Invalid plugin path: '%s'") % path.string();
+        reportPluginFailure(PluginFailure::INVALID_PATH, path.string());
         return;
     default:
         return;
@@ -301,7 +300,7 @@ void ExtensionManagerImpl::scanPath(const std::wstring& widePath) {
 
     fs::directory_iterator it(path, ec);
     if (ec) {
-        kovx::LogFormatterW(kov::LOG_WARNING, L"Invalid plugin path: '%s'") % path.string();
+        reportPluginFailure(PluginFailure::INVALID_PATH, path.string());
         return;
     }
     for (; !ec && it != fs::directory_iterator(); it.increment(ec)) {
@@ -312,11 +311,8 @@ void ExtensionManagerImpl::scanPath(const std::wstring& widePath) {
 }
 
 void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
-    fs::path file(path);
-    if (file.extension() != ".so") {
-        kovx::LogFormatterW(kov::LOG_WARNING,
-                            L"failed to load or register an extension from %s, ignoring.") %
-            path;
+    if (fs::path(path).extension() != ".so") {
+        reportPluginFailure(PluginFailure::NOT_A_LIBRARY, path);
         return;
     }
     // Outside the try: what the library throws may be an object of its own class, whose what()
@@ -326,11 +322,10 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
     try {
         if (pluginProbingEnabled() && !survivesProbe(path))
             return;
-        std::wstring fileName = util::StringUtils::toUTF32FromUTF8(file.filename().string());
         library.reset(new ExtensionLibrary(path));
-        if (!library->getHandle())
-            kovx::LogFormatterW(kov::LOG_WARNING, L"failed to load library %s") % fileName;
-        else {
+        if (!library->getHandle()) {
+            reportPluginFailure(PluginFailure::OPEN_FAILED, path, library->openError());
+        } else {
             mAdded = &added;
             library->registerFactories(this);
         }
@@ -338,15 +333,9 @@ void ExtensionManagerImpl::loadExtensionLibrary(const std::string& path) {
         // and this one closes again when it goes out of scope.
         mLibraries.insert(std::make_pair(path, library));
     } catch (const std::exception& e) {
-        kovx::LogFormatterW(
-            kov::LOG_WARNING,
-            L"failed to load or register extensions from '%s' due to exception: %s") %
-            path % e.what();
+        reportPluginFailure(PluginFailure::REGISTRATION_THREW, path, e.what());
     } catch (...) {
-        kovx::LogFormatterW(
-            kov::LOG_WARNING,
-            L"failed to load or register extensions from '%s' due to unknown exception.") %
-            path;
+        reportPluginFailure(PluginFailure::REGISTRATION_THREW_UNKNOWN, path);
     }
     mAdded = nullptr;
     // A failed library that left nothing registered closes here, as the last owner lets go.
