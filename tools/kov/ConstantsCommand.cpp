@@ -67,8 +67,6 @@ std::pair<std::string, std::string> describe(const programview::ConstantView& c,
     }
 }
 
-} // namespace
-
 int printConstants(Host& host, const Invocation& invocation, std::ostream& out) {
     if (invocation.has("json"))
         return printConstantsJson(host, invocation, out);
@@ -102,5 +100,19 @@ int printConstants(Host& host, const Invocation& invocation, std::ostream& out) 
         out << "  " << utf8(key) << " -> " << index << "\n";
     return 0;
 }
+
+} // namespace
+
+extern const Command CONSTANTS_COMMAND = {
+    "constants", "[--json] FILE...", "print the translated rule program",
+    "Decodes FILE and prints the translated rule program: one line per filled slot of the\n"
+    "constant table (its pool index, kind and value), then the field references of the file's\n"
+    "own class, the enumeration types and the method index.\n"
+    "With --json the same as one JSON object:\n"
+    "  {\"constants\": [null | {\"kind\": ..., ...}...], \"fieldRefs\": [...],\n"
+    "   \"enumTypes\": [...], \"methodIndex\": {\"name+descriptor\": poolIndex...}}\n"
+    "with one element per slot; kinds are string, double, integer, method, builtin, createShape,\n"
+    "enumType and enum.",
+    {{"json", "print one JSON object instead of text"}}, 1, ANY, true, &printConstants};
 
 } // namespace kovhost

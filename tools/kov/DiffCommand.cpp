@@ -166,8 +166,6 @@ void printJson(std::ostream& out, const std::string& before, const std::string& 
     out << result.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
-} // namespace
-
 int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
     const std::string& before = invocation.args[0];
     const std::string& after = invocation.args[1];
@@ -193,5 +191,22 @@ int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
         return 2;
     return comparison.files.empty() ? 0 : 1;
 }
+
+} // namespace
+
+extern const Command DIFF_COMMAND = {
+    "diff", "[--breaking] [--json] OLD NEW",
+    "compare the interfaces of two rule files or two directories of them",
+    "Compares the rule file info of OLD and NEW, two rule files or two directories (files paired\n"
+    "by their path below them; files only on one side are reported as added or removed). Lists\n"
+    "attributes and rules added or removed, changed value and return types, parameters added,\n"
+    "removed, renamed or retyped, and annotations added, removed or with changed arguments.\n"
+    "Each change is breaking (something removed or retyped, a changed parameter list),\n"
+    "compatible (an addition) or presentation (annotations only; $Group, $Order and $StartRule\n"
+    "are named as such).\n"
+    "Exit status: 0 when the interfaces are the same, 1 when they differ, 2 on an error. With\n"
+    "--breaking only breaking changes are reported and only they give status 1.",
+    {{"breaking", "report only breaking changes"}, {"json", "print one JSON object"}}, 2, 2,
+    false, &diffRuleFiles, 2};
 
 } // namespace kovhost

@@ -100,8 +100,6 @@ Json constantJson(const programview::ConstantView& c) {
     return json;
 }
 
-} // namespace
-
 int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, invocation.args.front());
     const kov::RuleFileInfo& info = *program->getProgram().ruleFileInfo;
@@ -117,6 +115,8 @@ int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
                 {"annotations", annotationsJson(info)}});
     return 0;
 }
+
+} // namespace
 
 int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> rules = decodeRuleFile(host, invocation.args.front());
@@ -134,5 +134,19 @@ int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& o
                 {"methodIndex", std::move(methodIndex)}});
     return 0;
 }
+
+extern const Command JSON_COMMAND = {
+    "json", "FILE...", "print the rule file info as JSON",
+    "Decodes FILE and prints its rule file info as one JSON object:\n"
+    "  {\"attributes\": [ENTRY...], \"rules\": [ENTRY...], \"annotations\": [ANNOTATION...]}\n"
+    "  ENTRY      {\"name\", \"type\",\n"
+    "              \"parameters\": [{\"name\", \"type\", \"annotations\"}...],\n"
+    "              \"annotations\"}\n"
+    "  ANNOTATION {\"name\", \"arguments\": [{\"key\", \"type\", \"value\"}...]}\n"
+    "Types are \"void\", \"bool\", \"float\", \"string\", \"integer\" or \"unknown\"; an entry's\n"
+    "type is the attribute's value type or the rule's return type. A key is \"\" when the\n"
+    "argument has none. Values are typed: true or false, a number, a string, or null for an\n"
+    "unknown type.",
+    {}, 1, ANY, true, &printInfoJson};
 
 } // namespace kovhost
