@@ -267,3 +267,30 @@ TEST(KovDiffTest, ComparesAnnotationArgumentsByKeyAndUnkeyedOnesByPosition) {
     const char* const maxChanged = R"([{"key": "max", "position": 0, "old": "60", "new": "70"}])";
     EXPECT_EQ(range["arguments"], nlohmann::json::parse(maxChanged));
 }
+
+TEST(KovDiffTest, DecodesFilesOnOneSideOnlyAndFailsOnThoseThatDoNotDecode) {
+    ScratchDir dir("kov-diff-one-side");
+    put(dir.file("old/same.tkb"), version(false));
+    put(dir.file("new/same.tkb"), version(false));
+    put(dir.file("old/gone.tkb"), version(false));
+    put(dir.file("old/gone-broken.tkb"), "broken");
+    put(dir.file("new/added.tkb"), version(true));
+    put(dir.file("new/added-broken.tkb"), "broken");
+    put(dir.file("new/added-fatal.tkb"), fatalFile());
+
+    const ProcessResult run = runKov({"diff", "--json", dir.file("old"), dir.file("new")});
+    EXPECT_EQ(run.status, 2);
+    const std::set<Row> expected = {{"added.tkb", "added", "compatible", "added"},
+                                    {"gone.tkb", "removed", "breaking", "removed"}};
+    EXPECT_EQ(changesOf(run), expected);
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("old/gone-broken.tkb") + ": ")) << run.err;
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("new/added-broken.tkb") + ": ")) << run.err;
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("new/added-fatal.tkb") +
+                                      ": nameIndex not in pool\n"))
+        << run.err;
+
+    const ProcessResult text = runKov({"diff", dir.file("old"), dir.file("new")});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_FALSE(contains(text.out, "broken")) << text.out;
+    EXPECT_FALSE(contains(text.out, "fatal")) << text.out;
+}

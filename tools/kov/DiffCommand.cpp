@@ -40,9 +40,7 @@ public:
             keep(path, diffInterfaces(*old->getProgram().ruleFileInfo,
                                       *now->getProgram().ruleFileInfo));
         } catch (const std::exception& e) {
-            std::cout.flush();
-            std::cerr << "kov: " << e.what() << "\n";
-            failed = true;
+            fail(e.what());
         }
     }
 
@@ -53,12 +51,16 @@ public:
         all.insert(now.begin(), now.end());
         std::vector<Change> presence;
         for (const std::string& path : all) {
-            if (!now.count(path))
-                presence.push_back({"files", path, "removed", ChangeClass::BREAKING, "removed",
-                                    path, "", {}});
-            else if (!old.count(path))
-                presence.push_back({"files", path, "added", ChangeClass::COMPATIBLE, "added", "",
-                                    path, {}});
+            // A file on one side only is added or removed only when its interface can be read.
+            if (!now.count(path)) {
+                if (decodes((fs::path(before) / path).string()))
+                    presence.push_back({"files", path, "removed", ChangeClass::BREAKING,
+                                        "removed", path, "", {}});
+            } else if (!old.count(path)) {
+                if (decodes((fs::path(after) / path).string()))
+                    presence.push_back({"files", path, "added", ChangeClass::COMPATIBLE, "added",
+                                        "", path, {}});
+            }
         }
         keep("", std::move(presence));
         for (const std::string& path : all)
@@ -68,6 +70,22 @@ public:
     }
 
 private:
+    void fail(const char* reason) {
+        std::cout.flush();
+        std::cerr << "kov: " << reason << "\n";
+        failed = true;
+    }
+
+    bool decodes(const std::string& file) {
+        try {
+            load(file);
+            return true;
+        } catch (const std::exception& e) {
+            fail(e.what());
+            return false;
+        }
+    }
+
     boost::shared_ptr<kovx::TKB> load(const std::string& file) {
         try {
             return mLoader.load(file);
