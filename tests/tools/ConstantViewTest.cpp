@@ -33,30 +33,30 @@ TEST(ConstantViewTest, ReadsEachKindAsItsOwnTypeAndNothingElse) {
 
     EXPECT_FALSE(ConstantView::at(program, 0));
     EXPECT_FALSE(ConstantView::at(program, program.constants.size()));
-    const ConstantKind expected[] = {ConstantKind::STRING,      ConstantKind::DOUBLE,
-                                     ConstantKind::INTEGER,     ConstantKind::RULE,
-                                     ConstantKind::BUILTIN,     ConstantKind::CREATE_SHAPE,
-                                     ConstantKind::ENUM_TYPE,   ConstantKind::ENUM_VALUE};
+    // In the order of their codes.
+    const ConstantKind kinds[] = {
+        ConstantKind::STRING,    ConstantKind::DOUBLE,    ConstantKind::INTEGER,
+        ConstantKind::RULE,      ConstantKind::BUILTIN,   ConstantKind::CREATE_SHAPE,
+        ConstantKind::ENUM_TYPE, ConstantKind::ENUM_VALUE};
     for (size_t i = 1; i < program.constants.size(); ++i) {
         const ConstantView c = *ConstantView::at(program, i);
-        SCOPED_TRACE(programview::kindWord(c.kind()));
-        EXPECT_EQ(c.kind(), expected[i - 1]);
+        const ConstantKind kind = c.kind();
+        SCOPED_TRACE(programview::kindWord(kind));
+        EXPECT_EQ(kind, kinds[i - 1]);
         EXPECT_EQ(c.code(), i - 1);
         EXPECT_FALSE(c.missingValue());
         // Every accessor but the kind's own gives its empty value.
-        const bool is[] = {c.kind() == ConstantKind::STRING,   c.kind() == ConstantKind::DOUBLE,
-                           c.kind() == ConstantKind::INTEGER,  c.kind() == ConstantKind::RULE,
-                           c.kind() == ConstantKind::BUILTIN,  c.kind() == ConstantKind::ENUM_TYPE,
-                           c.kind() == ConstantKind::ENUM_VALUE};
-        EXPECT_EQ(c.text() ? *c.text() : L"", is[0] ? L"h\u00E9" : L"");
-        EXPECT_EQ(c.number(), is[1] ? 0.5 : 0);
-        EXPECT_EQ(c.integer(), is[2] ? -7 : 0);
-        EXPECT_EQ(c.rule(), is[3] ? rule : nullptr);
-        EXPECT_EQ(c.builtinId(), is[4] ? 12 : -1);
-        EXPECT_EQ(c.enumTypeIndex(), is[5] ? 0 : -1);
+        EXPECT_EQ(c.text() ? *c.text() : L"", kind == ConstantKind::STRING ? L"h\u00E9" : L"");
+        EXPECT_EQ(c.number(), kind == ConstantKind::DOUBLE ? 0.5 : 0);
+        EXPECT_EQ(c.integer(), kind == ConstantKind::INTEGER ? -7 : 0);
+        EXPECT_EQ(c.rule(), kind == ConstantKind::RULE ? rule : nullptr);
+        EXPECT_EQ(c.builtinId(), kind == ConstantKind::BUILTIN ? 12 : -1);
+        const bool enumType = kind == ConstantKind::ENUM_TYPE;
+        EXPECT_EQ(c.enumTypeIndex(), enumType ? 0 : -1);
         EXPECT_EQ(c.enumTypeName(program) ? *c.enumTypeName(program) : "",
-                  is[5] ? "AlignAxesSelector" : "");
-        EXPECT_EQ(c.enumValue() ? c.enumValue()->name : L"", is[6] ? L"AlignAxesSelector.y" : L"");
+                  enumType ? "AlignAxesSelector" : "");
+        EXPECT_EQ(c.enumValue() ? c.enumValue()->name : L"",
+                  kind == ConstantKind::ENUM_VALUE ? L"AlignAxesSelector.y" : L"");
     }
     EXPECT_EQ(ConstantView::at(program, 4)->rule()->code, (std::vector<uint8_t>{0x2a, 0xb1}));
 }
