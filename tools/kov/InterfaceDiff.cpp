@@ -194,8 +194,8 @@ private:
         return entry.type + (rule ? " " + entry.name + entry.signature() : "");
     }
 
-    // Keyed arguments by key (a repeated key, its nth use with the nth), the others by their
-    // position among the unkeyed ones; where they stand among each other does not matter.
+    // Keyed arguments by key wherever they stand (a repeated key, its nth use with the nth), the
+    // others by their position among the unkeyed ones.
     static std::vector<ArgumentChange> argumentChanges(const AnnotationData& before,
                                                        const AnnotationData& after) {
         struct Slot {
