@@ -190,7 +190,7 @@ Bytes everyAttribute() {
                            emptyAttribute(p.utf8("Synthetic"))};
     w.fields.push_back(constant);
 
-    w.attributes = {sourceFile(p.utf8("SourceFile"), p.utf8("Attributes.cga")),
+    w.attributes = {sourceFile(p.utf8("SourceFile"), p.utf8("Attributes.rules")),
                     innerClasses(p.utf8("InnerClasses"), {{shape, w.thisClass, text, 0x0019}}),
                     emptyAttribute(p.utf8("Deprecated")),
                     rawAttribute(p.utf8("Unknown"), {1, 2, 3})};

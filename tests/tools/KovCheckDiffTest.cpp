@@ -219,3 +219,78 @@ TEST(KovDiffTest, PairsDirectoriesAndFailsOnFilesThatDoNotDecode) {
         << broken.err;
     EXPECT_EQ(runKov({"diff", dir.file("old"), dir.file("old/gone.tkb")}).status, 2);
 }
+
+TEST(KovDiffTest, ComparesAnnotationArgumentsByKeyAndUnkeyedOnesByPosition) {
+    ScratchDir dir("kov-diff-arguments");
+    // One attribute whose annotations carry the given arguments, on the file and the attribute.
+    auto file = [&dir](const std::string& name, RuleAnnotation range, RuleAnnotation tag) {
+        classwriter::RuleFileBuilder b;
+        b.addAttribute("height", "()D", {std::move(range), tag}, RuleCode().pushDouble(1));
+        b.addFileAnnotation(tag);
+        put(dir.file(name), b);
+        return dir.file(name);
+    };
+    const std::string old =
+        file("old.tkb", RuleAnnotation("@Range").withFloat(6, "min").withFloat(60, "max"),
+             RuleAnnotation("@Tag").withString("a").withFloat(1, "k").withString("b"));
+    const std::string reordered =
+        file("reordered.tkb", RuleAnnotation("@Range").withFloat(60, "max").withFloat(6, "min"),
+             RuleAnnotation("@Tag").withFloat(1, "k").withString("a").withString("b"));
+    for (const char* json : {"--json", ""}) {
+        std::vector<std::string> args = {"diff", old, reordered};
+        if (*json)
+            args.insert(args.begin() + 1, json);
+        const ProcessResult same = runKov(args);
+        EXPECT_EQ(same.status, 0) << same.out << same.err;
+        if (*json)
+            EXPECT_TRUE(nlohmann::json::parse(same.out)["changes"].empty()) << same.out;
+        else
+            EXPECT_EQ(same.out, "");
+    }
+
+    // Unkeyed arguments that swap places, and a keyed value, do change.
+    const std::string changed =
+        file("changed.tkb", RuleAnnotation("@Range").withFloat(70, "max").withFloat(6, "min"),
+             RuleAnnotation("@Tag").withFloat(1, "k").withString("b").withString("a"));
+    const ProcessResult run = runKov({"diff", "--json", old, changed});
+    EXPECT_EQ(run.status, 1) << run.err;
+    const std::set<Row> expected = {
+        {"height", "annotation-changed", "presentation", "@Range(max=60 → 70)"},
+        {"height", "annotation-changed", "presentation",
+         "@Tag(#1: \"a\" → \"b\", #2: \"b\" → \"a\")"},
+        {"@Tag", "annotation-changed", "presentation",
+         "@Tag(#1: \"a\" → \"b\", #2: \"b\" → \"a\")"},
+    };
+    EXPECT_EQ(changesOf(run), expected);
+    const auto range = nlohmann::json::parse(run.out)["changes"][0];
+    EXPECT_EQ(range["description"], "@Range(max=60 → 70)");
+    const char* const maxChanged = R"([{"key": "max", "position": 0, "old": "60", "new": "70"}])";
+    EXPECT_EQ(range["arguments"], nlohmann::json::parse(maxChanged));
+}
+
+TEST(KovDiffTest, DecodesFilesOnOneSideOnlyAndFailsOnThoseThatDoNotDecode) {
+    ScratchDir dir("kov-diff-one-side");
+    put(dir.file("old/same.tkb"), version(false));
+    put(dir.file("new/same.tkb"), version(false));
+    put(dir.file("old/gone.tkb"), version(false));
+    put(dir.file("old/gone-broken.tkb"), "broken");
+    put(dir.file("new/added.tkb"), version(true));
+    put(dir.file("new/added-broken.tkb"), "broken");
+    put(dir.file("new/added-fatal.tkb"), fatalFile());
+
+    const ProcessResult run = runKov({"diff", "--json", dir.file("old"), dir.file("new")});
+    EXPECT_EQ(run.status, 2);
+    const std::set<Row> expected = {{"added.tkb", "added", "compatible", "added"},
+                                    {"gone.tkb", "removed", "breaking", "removed"}};
+    EXPECT_EQ(changesOf(run), expected);
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("old/gone-broken.tkb") + ": ")) << run.err;
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("new/added-broken.tkb") + ": ")) << run.err;
+    EXPECT_TRUE(contains(run.err, "kov: " + dir.file("new/added-fatal.tkb") +
+                                      ": nameIndex not in pool\n"))
+        << run.err;
+
+    const ProcessResult text = runKov({"diff", dir.file("old"), dir.file("new")});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_FALSE(contains(text.out, "broken")) << text.out;
+    EXPECT_FALSE(contains(text.out, "fatal")) << text.out;
+}

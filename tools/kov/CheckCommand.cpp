@@ -250,8 +250,6 @@ void printJson(std::ostream& out, const std::vector<CheckResult>& results,
             {"bytesPerSecond", perSecond(summary)}}}});
 }
 
-} // namespace
-
 int checkRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
     const size_t jobs = jobCount(invocation);
     // Each decode frees what the one before built. Keep that memory for the next decode instead of
@@ -281,5 +279,26 @@ int checkRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) 
         printText(out, results, summary);
     return summary.failed ? 1 : 0;
 }
+
+} // namespace
+
+extern const Command CHECK_COMMAND = {
+    "check", "[-j N] [--quiet] [--json] PATH...",
+    "decode every rule file under the paths and report those that fail",
+    "Decodes every rule file under the paths (files, or directories searched recursively for\n"
+    ".tkb and .class files) as the runtime does, through the stream adaptor and the decoder that\n"
+    "the extension manager picks, on several threads. Prints \"PATH: reason\" for each file that\n"
+    "fails, then a summary: files checked, succeeded and failed, the failures grouped by reason,\n"
+    "the bytes read and the throughput. On a terminal a progress bar runs on standard error.\n"
+    "A file that would end the process in the class file reader's check is decoded in a helper\n"
+    "process and reported with the reader's message.\n"
+    "With --json: one object per file {\"path\", \"ok\", \"bytes\", \"milliseconds\", \"error\",\n"
+    "\"attributes\", \"rules\"}, one a line, then {\"summary\": {...}}.\n"
+    "Exit status: 0 when every file decoded, 1 when any failed, 2 on a usage error or a path\n"
+    "that cannot be read.",
+    {{"jobs", "decode on N threads (default: one per core)", "N", 'j'},
+     {"quiet", "no progress bar"},
+     {"json", "one JSON object per file, then a summary object"}},
+    1, ANY, false, &checkRuleFiles, 2};
 
 } // namespace kovhost

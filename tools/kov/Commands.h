@@ -43,9 +43,10 @@ struct Flag {
     char shortName = 0;              ///< its one-letter form, or 0
 };
 
-/// One command of the host. run gets the host with its extensions loaded and the invocation
-/// (arguments already checked against minArgs and maxArgs), writes its result to out and returns
-/// the exit status. A command on files gets one file at a time.
+/// One command of the host, defined beside its code and listed in commands(). run gets the host
+/// with its extensions loaded and the invocation (arguments already checked against minArgs and
+/// maxArgs), writes its result to out and returns the exit status. A command on files gets one
+/// file at a time.
 struct Command {
     const char* name;
     const char* arguments; ///< as the usage text shows them, e.g. "FILE..."
@@ -70,6 +71,9 @@ struct Command {
                 std::ostream& err) const;
 };
 
+/// maxArgs of a command that takes any number of arguments.
+inline constexpr size_t ANY = static_cast<size_t>(-1);
+
 /// What FILE may be and how several are handled, for the help texts.
 extern const char* const FILES_NOTE;
 
@@ -78,23 +82,7 @@ const std::vector<Command>& commands();
 /// The command called name, or null.
 const Command* findCommand(const std::string& name);
 
-/// "extensions": the listing of the extensions that were loaded.
-int listExtensions(Host& host, const Invocation& invocation, std::ostream& out);
-/// "info": a summary of the rule file info for a person.
-int printInfo(Host& host, const Invocation& invocation, std::ostream& out);
-/// "xml": the rule file info's own XML text.
-int printXml(Host& host, const Invocation& invocation, std::ostream& out);
-/// "json": the rule file info as JSON.
-int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out);
-/// "dump": the class model's text form.
-int printDump(Host& host, const Invocation& invocation, std::ostream& out);
-/// "constants": the translated rule program, as text or, with --json, as JSON.
-int printConstants(Host& host, const Invocation& invocation, std::ostream& out);
-/// "check": decodes many rule files in parallel and reports which fail.
-int checkRuleFiles(Host& host, const Invocation& invocation, std::ostream& out);
-/// "diff": what changed in the interface between two rule files or two directories of them.
-int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out);
-/// "constants --json".
+/// "constants --json", which the text form hands over to.
 int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out);
 
 } // namespace kovhost

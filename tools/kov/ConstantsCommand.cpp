@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Commands.h"
+#include "ConstantView.h"
 #include "RuleFileSource.h"
 #include "TextFormat.h"
 #include "codecs/tkb/BuiltinTables.h"
@@ -38,39 +39,33 @@ std::string builtinText(int32_t id) {
 }
 
 // The kind word and the value of one slot.
-std::pair<std::string, std::string> describe(const kovx::TKBConstant& c,
+std::pair<std::string, std::string> describe(const programview::ConstantView& c,
                                              const kovx::TKBProgram& program) {
-    using K = kovx::TKBConstant;
-    if (c.kind != K::CREATE_SHAPE && !c.value)
-        return {"kind " + std::to_string(c.kind), "(no value)"};
-    switch (c.kind) {
-    case K::STRING: {
-        const auto& text = *static_cast<const boost::shared_ptr<std::wstring>*>(c.value);
-        return {"string", text ? quoted(utf8(*text)) : "(null)"};
+    using programview::ConstantKind;
+    const std::string unknown = "kind " + std::to_string(c.code());
+    if (c.missingValue())
+        return {unknown, "(no value)"};
+    const std::string word = programview::kindWord(c.kind());
+    switch (c.kind()) {
+    case ConstantKind::STRING: return {word, c.text() ? quoted(utf8(*c.text())) : "(null)"};
+    case ConstantKind::DOUBLE: return {word, shortestDouble(c.number())};
+    case ConstantKind::INTEGER: return {word, std::to_string(c.integer())};
+    case ConstantKind::RULE: return {word, methodText(*c.rule())};
+    case ConstantKind::BUILTIN: return {word, builtinText(c.builtinId())};
+    case ConstantKind::CREATE_SHAPE: return {word, ""};
+    case ConstantKind::ENUM_TYPE: {
+        const std::string* name = c.enumTypeName(program);
+        return {word, std::to_string(c.enumTypeIndex()) + (name ? " " + *name : "")};
     }
-    case K::DOUBLE: return {"double", shortestDouble(*static_cast<const double*>(c.value))};
-    case K::INTEGER: return {"integer", std::to_string(*static_cast<const int32_t*>(c.value))};
-    case K::METHOD: return {"method", methodText(*static_cast<const kovx::TKBMethod*>(c.value))};
-    case K::BUILTIN: return {"builtin", builtinText(*static_cast<const int32_t*>(c.value))};
-    case K::CREATE_SHAPE: return {"createShape", ""};
-    case K::ENUM_TYPE: {
-        const int32_t index = *static_cast<const int32_t*>(c.value);
-        std::string text = std::to_string(index);
-        if (index >= 0 && static_cast<size_t>(index) < program.enumTypes.size())
-            text += " " + program.enumTypes[static_cast<size_t>(index)];
-        return {"enumType", text};
-    }
-    case K::ENUM_VALUE: {
-        const auto& value = *static_cast<const boost::shared_ptr<kovx::TKB::Enum>*>(c.value);
+    case ConstantKind::ENUM_VALUE: {
+        const kovx::TKB::Enum* value = c.enumValue();
         if (!value)
-            return {"enum", "(null)"};
-        return {"enum", utf8(value->name) + " = " + std::to_string(value->value)};
+            return {word, "(null)"};
+        return {word, utf8(value->name) + " = " + std::to_string(value->value)};
     }
-    default: return {"kind " + std::to_string(c.kind), "?"};
+    default: return {unknown, "?"};
     }
 }
-
-} // namespace
 
 int printConstants(Host& host, const Invocation& invocation, std::ostream& out) {
     if (invocation.has("json"))
@@ -85,7 +80,8 @@ int printConstants(Host& host, const Invocation& invocation, std::ostream& out) 
     for (size_t i = 0; i < program.constants.size(); ++i) {
         if (!program.constants[i])
             continue;
-        const auto [kind, value] = describe(*program.constants[i], program);
+        const auto [kind, value] =
+            describe(programview::ConstantView(*program.constants[i]), program);
         const std::string index = std::to_string(i);
         out << "  [" << std::string(indexWidth - index.size(), ' ') << index << "] " << kind;
         if (!value.empty())
@@ -104,5 +100,19 @@ int printConstants(Host& host, const Invocation& invocation, std::ostream& out) 
         out << "  " << utf8(key) << " -> " << index << "\n";
     return 0;
 }
+
+} // namespace
+
+extern const Command CONSTANTS_COMMAND = {
+    "constants", "[--json] FILE...", "print the translated rule program",
+    "Decodes FILE and prints the translated rule program: one line per filled slot of the\n"
+    "constant table (its pool index, kind and value), then the field references of the file's\n"
+    "own class, the enumeration types and the method index.\n"
+    "With --json the same as one JSON object:\n"
+    "  {\"constants\": [null | {\"kind\": ..., ...}...], \"fieldRefs\": [...],\n"
+    "   \"enumTypes\": [...], \"methodIndex\": {\"name+descriptor\": poolIndex...}}\n"
+    "with one element per slot; kinds are string, double, integer, method, builtin, createShape,\n"
+    "enumType and enum.",
+    {{"json", "print one JSON object instead of text"}}, 1, ANY, true, &printConstants};
 
 } // namespace kovhost

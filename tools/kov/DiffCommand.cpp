@@ -40,9 +40,7 @@ public:
             keep(path, diffInterfaces(*old->getProgram().ruleFileInfo,
                                       *now->getProgram().ruleFileInfo));
         } catch (const std::exception& e) {
-            std::cout.flush();
-            std::cerr << "kov: " << e.what() << "\n";
-            failed = true;
+            fail(e.what());
         }
     }
 
@@ -53,12 +51,16 @@ public:
         all.insert(now.begin(), now.end());
         std::vector<Change> presence;
         for (const std::string& path : all) {
-            if (!now.count(path))
-                presence.push_back({"files", path, "removed", ChangeClass::BREAKING, "removed",
-                                    path, "", {}});
-            else if (!old.count(path))
-                presence.push_back({"files", path, "added", ChangeClass::COMPATIBLE, "added", "",
-                                    path, {}});
+            // A file on one side only is added or removed only when its interface can be read.
+            if (!now.count(path)) {
+                if (decodes((fs::path(before) / path).string()))
+                    presence.push_back({"files", path, "removed", ChangeClass::BREAKING,
+                                        "removed", path, "", {}});
+            } else if (!old.count(path)) {
+                if (decodes((fs::path(after) / path).string()))
+                    presence.push_back({"files", path, "added", ChangeClass::COMPATIBLE, "added",
+                                        "", path, {}});
+            }
         }
         keep("", std::move(presence));
         for (const std::string& path : all)
@@ -68,6 +70,22 @@ public:
     }
 
 private:
+    void fail(const char* reason) {
+        std::cout.flush();
+        std::cerr << "kov: " << reason << "\n";
+        failed = true;
+    }
+
+    bool decodes(const std::string& file) {
+        try {
+            load(file);
+            return true;
+        } catch (const std::exception& e) {
+            fail(e.what());
+            return false;
+        }
+    }
+
     boost::shared_ptr<kovx::TKB> load(const std::string& file) {
         try {
             return mLoader.load(file);
@@ -166,8 +184,6 @@ void printJson(std::ostream& out, const std::string& before, const std::string& 
     out << result.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
 
-} // namespace
-
 int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
     const std::string& before = invocation.args[0];
     const std::string& after = invocation.args[1];
@@ -193,5 +209,22 @@ int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
         return 2;
     return comparison.files.empty() ? 0 : 1;
 }
+
+} // namespace
+
+extern const Command DIFF_COMMAND = {
+    "diff", "[--breaking] [--json] OLD NEW",
+    "compare the interfaces of two rule files or two directories of them",
+    "Compares the rule file info of OLD and NEW, two rule files or two directories (files paired\n"
+    "by their path below them; files only on one side are reported as added or removed). Lists\n"
+    "attributes and rules added or removed, changed value and return types, parameters added,\n"
+    "removed, renamed or retyped, and annotations added, removed or with changed arguments.\n"
+    "Each change is breaking (something removed or retyped, a changed parameter list),\n"
+    "compatible (an addition) or presentation (annotations only; $Group, $Order and $StartRule\n"
+    "are named as such).\n"
+    "Exit status: 0 when the interfaces are the same, 1 when they differ, 2 on an error. With\n"
+    "--breaking only breaking changes are reported and only they give status 1.",
+    {{"breaking", "report only breaking changes"}, {"json", "print one JSON object"}}, 2, 2,
+    false, &diffRuleFiles, 2};
 
 } // namespace kovhost

@@ -42,8 +42,6 @@ void printSection(std::ostream& out, const char* title, size_t count, const Text
         table.print(out);
 }
 
-} // namespace
-
 int printInfo(Host& host, const Invocation& invocation, std::ostream& out) {
     const std::string& file = invocation.args.front();
     const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, file);
@@ -78,5 +76,15 @@ int printInfo(Host& host, const Invocation& invocation, std::ostream& out) {
     printSection(out, "File annotations", info.getNumAnnotations(), annotations);
     return 0;
 }
+
+} // namespace
+
+extern const Command INFO_COMMAND = {
+    "info", "FILE...", "summarise a rule file's attributes, rules and annotations",
+    "Decodes FILE and prints what it offers: its attributes and rules in their presentation\n"
+    "order, each with its type, parameters and annotations, as aligned tables, then the\n"
+    "file's own annotations. The compiler's markers (annotations named \"_$...\") are left\n"
+    "out; 'kov xml' and 'kov json' show everything.",
+    {}, 1, ANY, true, &printInfo};
 
 } // namespace kovhost

@@ -162,6 +162,9 @@ public:
                     lead + now->text + " added", "", now->text);
             } else if (old->text != now->text) {
                 std::vector<ArgumentChange> arguments = argumentChanges(*old, *now);
+                // Keyed arguments in another order are the same annotation.
+                if (arguments.empty())
+                    continue;
                 std::string text;
                 for (const ArgumentChange& a : arguments)
                     text += (text.empty() ? "" : ", ") +
@@ -191,38 +194,37 @@ private:
         return entry.type + (rule ? " " + entry.name + entry.signature() : "");
     }
 
-    // Keyed arguments by key, the others by their position among the unkeyed ones.
+    // Keyed arguments by key wherever they stand (a repeated key, its nth use with the nth), the
+    // others by their position among the unkeyed ones.
     static std::vector<ArgumentChange> argumentChanges(const AnnotationData& before,
                                                        const AnnotationData& after) {
-        auto index = [](const AnnotationData& annotation) {
-            std::vector<std::pair<ArgumentChange, std::string>> slots;
+        struct Slot {
+            ArgumentChange change;
+            size_t use; // of its key, for a keyed argument
+        };
+        std::vector<Slot> slots;
+        auto fill = [&slots](const AnnotationData& annotation, std::string ArgumentChange::*side) {
             size_t position = 0;
+            std::map<std::string, size_t> uses;
             for (const ArgumentData& argument : annotation.arguments) {
-                ArgumentChange slot;
-                slot.key = argument.key;
-                if (argument.key.empty())
-                    slot.position = ++position;
-                slots.push_back({slot, argument.value});
+                const size_t at = argument.key.empty() ? ++position : 0;
+                const size_t use = argument.key.empty() ? 0 : uses[argument.key]++;
+                auto it = std::find_if(slots.begin(), slots.end(), [&](const Slot& slot) {
+                    return slot.change.key == argument.key && slot.change.position == at &&
+                           slot.use == use;
+                });
+                if (it == slots.end())
+                    it = slots.insert(slots.end(), {{argument.key, at, "", ""}, use});
+                it->change.*side = argument.value;
             }
-            return slots;
         };
+        fill(before, &ArgumentChange::before);
+        fill(after, &ArgumentChange::after);
         std::vector<ArgumentChange> changed;
-        auto find = [&changed](const ArgumentChange& slot) -> ArgumentChange& {
-            for (ArgumentChange& c : changed)
-                if (c.key == slot.key && c.position == slot.position)
-                    return c;
-            changed.push_back(slot);
-            return changed.back();
-        };
-        for (const auto& [slot, value] : index(before))
-            find(slot).before = value;
-        for (const auto& [slot, value] : index(after))
-            find(slot).after = value;
-        std::vector<ArgumentChange> result;
-        for (const ArgumentChange& c : changed)
-            if (c.before != c.after)
-                result.push_back(c);
-        return result;
+        for (const Slot& slot : slots)
+            if (slot.change.before != slot.change.after)
+                changed.push_back(slot.change);
+        return changed;
     }
 
     void entry(const char* section, const EntryData& before, const EntryData& after) {

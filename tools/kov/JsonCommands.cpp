@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "ConstantView.h"
 #include "RuleFileSource.h"
 #include "TextFormat.h"
 
@@ -72,33 +73,32 @@ Json methodJson(const kovx::TKBMethod& method) {
             {"descriptor", utf8(method.descriptor)}};
 }
 
-Json constantJson(const kovx::TKBConstant& c) {
-    using K = kovx::TKBConstant;
-    if (c.kind != K::CREATE_SHAPE && !c.value)
-        return {{"kind", "unknown"}, {"code", c.kind}};
-    switch (c.kind) {
-    case K::STRING: {
-        const auto& text = *static_cast<const boost::shared_ptr<std::wstring>*>(c.value);
-        return {{"kind", "string"}, {"value", text ? utf8(*text) : std::string()}};
+Json constantJson(const programview::ConstantView& c) {
+    using programview::ConstantKind;
+    if (c.missingValue() || c.kind() == ConstantKind::UNKNOWN)
+        return {{"kind", "unknown"}, {"code", c.code()}};
+    if (c.kind() == ConstantKind::RULE)
+        return methodJson(*c.rule());
+    Json json = {{"kind", programview::kindWord(c.kind())}};
+    switch (c.kind()) {
+    case ConstantKind::STRING: json["value"] = c.text() ? utf8(*c.text()) : std::string(); break;
+    case ConstantKind::DOUBLE: json["value"] = c.number(); break;
+    case ConstantKind::INTEGER: json["value"] = c.integer(); break;
+    case ConstantKind::BUILTIN: json["id"] = c.builtinId(); break;
+    case ConstantKind::ENUM_TYPE: json["index"] = c.enumTypeIndex(); break;
+    case ConstantKind::ENUM_VALUE:
+        if (const kovx::TKB::Enum* value = c.enumValue()) {
+            json["value"] = value->value;
+            json["name"] = utf8(value->name);
+        } else {
+            json["value"] = nullptr;
+            json["name"] = nullptr;
+        }
+        break;
+    default: break;
     }
-    case K::DOUBLE: return {{"kind", "double"}, {"value", *static_cast<const double*>(c.value)}};
-    case K::INTEGER: return {{"kind", "integer"}, {"value", *static_cast<const int32_t*>(c.value)}};
-    case K::METHOD: return methodJson(*static_cast<const kovx::TKBMethod*>(c.value));
-    case K::BUILTIN: return {{"kind", "builtin"}, {"id", *static_cast<const int32_t*>(c.value)}};
-    case K::CREATE_SHAPE: return {{"kind", "createShape"}};
-    case K::ENUM_TYPE:
-        return {{"kind", "enumType"}, {"index", *static_cast<const int32_t*>(c.value)}};
-    case K::ENUM_VALUE: {
-        const auto& value = *static_cast<const boost::shared_ptr<kovx::TKB::Enum>*>(c.value);
-        if (!value)
-            return {{"kind", "enum"}, {"value", nullptr}, {"name", nullptr}};
-        return {{"kind", "enum"}, {"value", value->value}, {"name", utf8(value->name)}};
-    }
-    default: return {{"kind", "unknown"}, {"code", c.kind}};
-    }
+    return json;
 }
-
-} // namespace
 
 int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, invocation.args.front());
@@ -116,13 +116,15 @@ int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
     return 0;
 }
 
+} // namespace
+
 int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> rules = decodeRuleFile(host, invocation.args.front());
     const kovx::TKBProgram& program = rules->getProgram();
 
     Json constants = Json::array();
     for (const kovx::TKBConstant* c : program.constants)
-        constants.push_back(c ? constantJson(*c) : Json(nullptr));
+        constants.push_back(c ? constantJson(programview::ConstantView(*c)) : Json(nullptr));
     Json methodIndex = Json::object();
     for (const auto& [key, index] : program.methodIndex)
         methodIndex[utf8(key)] = index;
@@ -132,5 +134,19 @@ int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& o
                 {"methodIndex", std::move(methodIndex)}});
     return 0;
 }
+
+extern const Command JSON_COMMAND = {
+    "json", "FILE...", "print the rule file info as JSON",
+    "Decodes FILE and prints its rule file info as one JSON object:\n"
+    "  {\"attributes\": [ENTRY...], \"rules\": [ENTRY...], \"annotations\": [ANNOTATION...]}\n"
+    "  ENTRY      {\"name\", \"type\",\n"
+    "              \"parameters\": [{\"name\", \"type\", \"annotations\"}...],\n"
+    "              \"annotations\"}\n"
+    "  ANNOTATION {\"name\", \"arguments\": [{\"key\", \"type\", \"value\"}...]}\n"
+    "Types are \"void\", \"bool\", \"float\", \"string\", \"integer\" or \"unknown\"; an entry's\n"
+    "type is the attribute's value type or the rule's return type. A key is \"\" when the\n"
+    "argument has none. Values are typed: true or false, a number, a string, or null for an\n"
+    "unknown type.",
+    {}, 1, ANY, true, &printInfoJson};
 
 } // namespace kovhost

@@ -8,6 +8,8 @@
 
 namespace kovhost {
 
+namespace {
+
 int printXml(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, invocation.args.front());
     const kov::RuleFileInfo& info = *program->getProgram().ruleFileInfo;
@@ -31,5 +33,19 @@ int printDump(Host& host, const Invocation& invocation, std::ostream& out) {
     out << "\n";
     return 0;
 }
+
+} // namespace
+
+extern const Command XML_COMMAND = {
+    "xml", "FILE...", "print the rule file info as XML",
+    "Decodes FILE and prints the XML text of its rule file info exactly as the library writes it,\n"
+    "followed by one line feed.",
+    {}, 1, ANY, true, &printXml};
+
+extern const Command DUMP_COMMAND = {
+    "dump", "FILE...", "print the class model of a rule file with its code",
+    "Reads FILE into the class model, without translating it, and prints the model's text form\n"
+    "with the code listing of every method, followed by one line feed.",
+    {}, 1, ANY, true, &printDump};
 
 } // namespace kovhost

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "ConstantView.h"
 #include "TestSupport.h"
 #include "classwriter/RuleFileBuilder.h"
 #include "codecs/tkb/BuiltinTables.h"
@@ -32,44 +34,36 @@ inline void translateBytes(kovx::TKBProgram& program, const std::vector<uint8_t>
 
 /// The constant at index as text: "int -7", "enum AlignAxesSelector.y=1", "method Lot()V", "none".
 inline std::wstring describe(const kovx::TKBProgram& program, size_t index) {
-    if (index >= program.constants.size() || !program.constants[index])
+    using programview::ConstantKind;
+    const auto c = programview::ConstantView::at(program, index);
+    if (!c)
         return L"none";
-    const kovx::TKBConstant& c = *program.constants[index];
     std::wostringstream out;
-    switch (c.kind) {
-    case kovx::TKBConstant::STRING:
-        out << L"string " << **static_cast<boost::shared_ptr<std::wstring>*>(c.value);
+    switch (c->missingValue() ? ConstantKind::UNKNOWN : c->kind()) {
+    case ConstantKind::STRING: out << L"string " << (c->text() ? *c->text() : L"(null)"); break;
+    case ConstantKind::DOUBLE: out << L"double " << c->number(); break;
+    case ConstantKind::INTEGER: out << L"int " << c->integer(); break;
+    case ConstantKind::RULE: out << L"method " << c->rule()->name << c->rule()->descriptor; break;
+    case ConstantKind::BUILTIN: out << L"builtin " << c->builtinId(); break;
+    case ConstantKind::CREATE_SHAPE:
+        out << (c->hasValue() ? L"shape with a value" : L"shape");
         break;
-    case kovx::TKBConstant::DOUBLE: out << L"double " << *static_cast<double*>(c.value); break;
-    case kovx::TKBConstant::INTEGER: out << L"int " << *static_cast<int32_t*>(c.value); break;
-    case kovx::TKBConstant::METHOD: {
-        const auto* method = static_cast<kovx::TKBMethod*>(c.value);
-        out << L"method " << method->name << method->descriptor;
+    case ConstantKind::ENUM_TYPE: out << L"enum type " << c->enumTypeIndex(); break;
+    case ConstantKind::ENUM_VALUE:
+        if (const kovx::TKB::Enum* value = c->enumValue())
+            out << L"enum " << value->name << L"=" << value->value;
+        else
+            out << L"enum (null)";
         break;
-    }
-    case kovx::TKBConstant::BUILTIN: out << L"builtin " << *static_cast<int32_t*>(c.value); break;
-    case kovx::TKBConstant::CREATE_SHAPE:
-        out << (c.value ? L"shape with a value" : L"shape");
-        break;
-    case kovx::TKBConstant::ENUM_TYPE:
-        out << L"enum type " << *static_cast<int32_t*>(c.value);
-        break;
-    case kovx::TKBConstant::ENUM_VALUE: {
-        const auto& value = **static_cast<boost::shared_ptr<kovx::TKB::Enum>*>(c.value);
-        out << L"enum " << value.name << L"=" << value.value;
-        break;
-    }
-    default: out << L"kind " << c.kind;
+    default: out << L"kind " << c->code();
     }
     return out.str();
 }
 
 /// The method record at index, or null when the constant there is no method.
 inline const kovx::TKBMethod* methodAt(const kovx::TKBProgram& program, size_t index) {
-    if (index >= program.constants.size() || !program.constants[index] ||
-        program.constants[index]->kind != kovx::TKBConstant::METHOD)
-        return nullptr;
-    return static_cast<const kovx::TKBMethod*>(program.constants[index]->value);
+    const auto c = programview::ConstantView::at(program, index);
+    return c ? c->rule() : nullptr;
 }
 
 /// A RuntimeVisibleAnnotations attribute with one marker around one annotation made of the given
