@@ -30,9 +30,9 @@ void printAnnotations(std::ostream& os, const AnnotationView::Range& list,
 } // namespace
 
 AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in,
-                                                         const ConstantPool& pool_, uint16_t index_,
-                                                         uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_annotations(in.readU2()) {
+                                                         const ConstantPool& pool_,
+                                                         const AttributeHeader& header)
+    : Attribute(kind, pool_, header.index, header.length), num_annotations(in.readU2()) {
     annotations = readAnnotations(in, num_annotations);
 }
 
@@ -43,23 +43,17 @@ void AttributeRuntimeAnnotations::print(std::ostream& os) const {
     os << "\n      }\n    }";
 }
 
-AttributeRuntimeVisibleAnnotations::AttributeRuntimeVisibleAnnotations(ByteStream& in,
-                                                                       const ConstantPool& pool,
-                                                                       uint16_t index,
-                                                                       uint32_t length)
-    : AttributeRuntimeAnnotations(AttributeKind::RuntimeVisibleAnnotations, in, pool, index,
-                                  length) {}
+AttributeRuntimeVisibleAnnotations::AttributeRuntimeVisibleAnnotations(
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
+    : AttributeRuntimeAnnotations(AttributeKind::RuntimeVisibleAnnotations, in, pool, header) {}
 
-AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(ByteStream& in,
-                                                                           const ConstantPool& pool,
-                                                                           uint16_t index,
-                                                                           uint32_t length)
-    : AttributeRuntimeAnnotations(AttributeKind::RuntimeInvisibleAnnotations, in, pool, index,
-                                  length) {}
+AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
+    : AttributeRuntimeAnnotations(AttributeKind::RuntimeInvisibleAnnotations, in, pool, header) {}
 
 AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
-    AttributeKind kind, ByteStream& in, const ConstantPool& pool_, uint16_t index_, uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()) {
+    AttributeKind kind, ByteStream& in, const ConstantPool& pool_, const AttributeHeader& header)
+    : Attribute(kind, pool_, header.index, header.length), num_parameters(in.readU1()) {
     reserveForCount(parameter_annotations, pool_.arena(), num_parameters, in.remaining(), 2);
     ByteStream::Section section(in, "the annotations of parameter ", 0);
     for (unsigned p = 0; p < num_parameters; ++p) {
@@ -86,13 +80,13 @@ void AttributeRuntimeParameterAnnotations::print(std::ostream& os) const {
 }
 
 AttributeRuntimeVisibleParameterAnnotations::AttributeRuntimeVisibleParameterAnnotations(
-    ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length)
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
     : AttributeRuntimeParameterAnnotations(AttributeKind::RuntimeVisibleParameterAnnotations, in,
-                                           pool, index, length) {}
+                                           pool, header) {}
 
 AttributeRuntimeInvisibleParameterAnnotations::AttributeRuntimeInvisibleParameterAnnotations(
-    ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length)
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
     : AttributeRuntimeParameterAnnotations(AttributeKind::RuntimeInvisibleParameterAnnotations, in,
-                                           pool, index, length) {}
+                                           pool, header) {}
 
 } // namespace classfile

@@ -18,19 +18,19 @@ public:
 
 protected:
     AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in, const ConstantPool& pool,
-                                uint16_t index, uint32_t length);
+                                const AttributeHeader& header);
 };
 
 class AttributeRuntimeVisibleAnnotations : public AttributeRuntimeAnnotations {
 public:
-    AttributeRuntimeVisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                       uint32_t length);
+    AttributeRuntimeVisibleAnnotations(ByteStream& in, const ConstantPool& pool,
+                                       const AttributeHeader& header);
 };
 
 class AttributeRuntimeInvisibleAnnotations : public AttributeRuntimeAnnotations {
 public:
-    AttributeRuntimeInvisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                         uint32_t length);
+    AttributeRuntimeInvisibleAnnotations(ByteStream& in, const ConstantPool& pool,
+                                         const AttributeHeader& header);
 };
 
 /// The annotations of one method parameter.
@@ -50,19 +50,19 @@ public:
 
 protected:
     AttributeRuntimeParameterAnnotations(AttributeKind kind, ByteStream& in,
-                                         const ConstantPool& pool, uint16_t index, uint32_t length);
+                                         const ConstantPool& pool, const AttributeHeader& header);
 };
 
 class AttributeRuntimeVisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
 public:
     AttributeRuntimeVisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
-                                                uint16_t index, uint32_t length);
+                                                const AttributeHeader& header);
 };
 
 class AttributeRuntimeInvisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
 public:
     AttributeRuntimeInvisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
-                                                  uint16_t index, uint32_t length);
+                                                  const AttributeHeader& header);
 };
 
 } // namespace classfile

@@ -7,12 +7,11 @@
 
 namespace classfile {
 
-AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length,
-                             unsigned depth)
-    : Attribute(AttributeKind::Code, pool_, index_, length) {
+AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, const AttributeHeader& header)
+    : Attribute(AttributeKind::Code, pool_, header.index, header.length) {
     // Each level costs a few stack frames; a damaged file could otherwise nest until the stack
     // runs out.
-    if (depth > MAX_CODE_DEPTH)
+    if (header.depth > MAX_CODE_DEPTH)
         failRead("Code attributes nest too deeply",
                  formatText("Reading TKB failed: Code attributes nest deeper than %d levels",
                             MAX_CODE_DEPTH));
@@ -38,7 +37,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
         }
     }
     attributes_count = in.readU2();
-    readAttributes(in, attributes_count, pool_, attributes, depth + 1);
+    readAttributes(in, attributes_count, pool_, attributes, header.depth + 1);
 }
 
 void AttributeCode::print(std::ostream& os) const {

@@ -76,9 +76,9 @@ void StackMapEntry::print(std::ostream& os) const {
     os << "};\n";
 }
 
-AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16_t index_,
-                                     uint32_t length)
-    : Attribute(AttributeKind::StackMap, pool_, index_, length) {
+AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_,
+                                     const AttributeHeader& header)
+    : Attribute(AttributeKind::StackMap, pool_, header.index, header.length) {
     // Every StackMap read appends its own name entry, which nothing refers to; the factory then
     // replaces name_index by the index from the file.
     name = "StackMap";

@@ -75,7 +75,7 @@ public:
 /// A StackMap attribute. Reading one adds a "StackMap" entry to the pool that nothing refers to.
 class AttributeStackMap : public Attribute {
 public:
-    AttributeStackMap(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length);
+    AttributeStackMap(ByteStream& in, ConstantPool& pool, const AttributeHeader& header);
     void print(std::ostream& os) const override;
 
     uint16_t number_of_entries;

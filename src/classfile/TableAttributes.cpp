@@ -7,8 +7,9 @@
 namespace classfile {
 
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
-                                             uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
+                                             const AttributeHeader& header)
+    : Attribute(AttributeKind::InnerClasses, pool, header.index, header.length),
+      number_of_classes(in.readU2()) {
     reserveForCount(classes, pool.arena(), number_of_classes, in.remaining(), 8);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
@@ -34,8 +35,8 @@ void AttributeInnerClasses::print(std::ostream& os) const {
 }
 
 AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
-                                                   uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::LineNumberTable, pool, index, length),
+                                                   const AttributeHeader& header)
+    : Attribute(AttributeKind::LineNumberTable, pool, header.index, header.length),
       line_number_table_length(in.readU2()) {
     reserveForCount(line_number_table, pool.arena(), line_number_table_length, in.remaining(), 4);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
@@ -55,8 +56,8 @@ void AttributeLineNumberTable::print(std::ostream& os) const {
 }
 
 AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
-                                                         uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
+                                                         const AttributeHeader& header)
+    : Attribute(AttributeKind::LocalVariableTable, pool, header.index, header.length),
       local_variable_table_length(in.readU2()) {
     reserveForCount(local_variable_table, pool.arena(), local_variable_table_length, in.remaining(), 10);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {

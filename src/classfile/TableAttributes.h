@@ -20,8 +20,7 @@ struct InnerClassInfo {
 
 class AttributeInnerClasses : public Attribute {
 public:
-    AttributeInnerClasses(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                          uint32_t length);
+    AttributeInnerClasses(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
     void print(std::ostream& os) const override;
 
     uint16_t number_of_classes;
@@ -36,8 +35,8 @@ struct LineNumberInfo {
 
 class AttributeLineNumberTable : public Attribute {
 public:
-    AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                             uint32_t length);
+    AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
+                             const AttributeHeader& header);
     void print(std::ostream& os) const override;
 
     uint16_t line_number_table_length;
@@ -56,8 +55,8 @@ struct LocalVariableInfo {
 
 class AttributeLocalVariableTable : public Attribute {
 public:
-    AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                uint32_t length);
+    AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
+                                const AttributeHeader& header);
     void print(std::ostream& os) const override;
 
     uint16_t local_variable_table_length;
