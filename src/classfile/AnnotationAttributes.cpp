@@ -17,16 +17,6 @@ AnnotationView::Range readAnnotations(ByteStream& in, uint16_t count) {
     return AnnotationView::Range(first, count);
 }
 
-void printAnnotations(std::ostream& os, const AnnotationView::Range& list,
-                      const ConstantPool& pool) {
-    size_t i = 0;
-    for (const AnnotationView annotation : list) {
-        os << "\n          [" << i++ << "]={\n";
-        annotation.print(os, pool);
-        os << "          };";
-    }
-}
-
 } // namespace
 
 AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in,
@@ -34,13 +24,6 @@ AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, Byt
                                                          const AttributeHeader& header)
     : Attribute(kind, pool_, header.index, header.length), num_annotations(in.readU2()) {
     annotations = readAnnotations(in, num_annotations);
-}
-
-void AttributeRuntimeAnnotations::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; num_annotations=" << num_annotations << "; annotations={";
-    printAnnotations(os, annotations, *pool);
-    os << "\n      }\n    }";
 }
 
 AttributeRuntimeVisibleAnnotations::AttributeRuntimeVisibleAnnotations(
@@ -63,20 +46,6 @@ AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
         parameter.annotations = readAnnotations(in, parameter.num_annotations);
         parameter_annotations.push_back(std::move(parameter));
     }
-}
-
-void AttributeRuntimeParameterAnnotations::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; num_parametes=" << static_cast<unsigned>(num_parameters)
-       << "; parameter_annotations={";
-    for (size_t p = 0; p < parameter_annotations.size(); ++p) {
-        const ParameterAnnotations& parameter = parameter_annotations[p];
-        os << "\n          [" << p << "]={\n"
-           << "          num_annotations=" << parameter.num_annotations << "; annotations={";
-        printAnnotations(os, parameter.annotations, *pool);
-        os << "}\n          };";
-    }
-    os << "\n      }\n    }";
 }
 
 AttributeRuntimeVisibleParameterAnnotations::AttributeRuntimeVisibleParameterAnnotations(

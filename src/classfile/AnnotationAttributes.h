@@ -11,7 +11,6 @@ namespace classfile {
 /// kept in place (AnnotationInfo builds the tree of one where a tree is wanted).
 class AttributeRuntimeAnnotations : public Attribute {
 public:
-    void print(std::ostream& os) const override;
 
     uint16_t num_annotations;
     AnnotationView::Range annotations;
@@ -43,7 +42,6 @@ struct ParameterAnnotations {
 /// a counted list of annotations.
 class AttributeRuntimeParameterAnnotations : public Attribute {
 public:
-    void print(std::ostream& os) const override;
 
     uint8_t num_parameters;
     ArenaList<ParameterAnnotations> parameter_annotations;

@@ -1,6 +1,7 @@
 #include "classfile/AnnotationInfo.h"
 
 #include "classfile/ByteStream.h"
+#include "classfile/ClassDump.h"
 #include "classfile/ConstantPool.h"
 
 namespace classfile {
@@ -19,7 +20,7 @@ AnnotationInfo::AnnotationInfo(AnnotationView view, const ConstantPool& pool_)
 AnnotationInfo::~AnnotationInfo() = default;
 
 void AnnotationInfo::print(std::ostream& os) const {
-    mView.print(os, *pool);
+    ClassDump(os).print(mView, *pool);
 }
 
 ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named_, unsigned depth)
@@ -40,7 +41,7 @@ ElementValue::ElementValue(const ConstantPool& pool_, ElementValueView view)
 ElementValue::~ElementValue() = default;
 
 void ElementValue::print(std::ostream& os) const {
-    mView.print(os, *pool);
+    ClassDump(os).print(mView, *pool);
 }
 
 } // namespace classfile

@@ -7,6 +7,7 @@
 #include "classfile/AttributeCode.h"
 #include "classfile/AttributeStackMap.h"
 #include "classfile/ByteStream.h"
+#include "classfile/ClassDump.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/SimpleAttributes.h"
 #include "classfile/TableAttributes.h"
@@ -89,7 +90,7 @@ Attribute::Attribute(AttributeKind kind, const ConstantPool& pool_, uint16_t ind
 Attribute::~Attribute() = default;
 
 void Attribute::print(std::ostream& os) const {
-    os << "name=" << name << "; attribute_length=" << attribute_length;
+    ClassDump(os).print(*this);
 }
 
 ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,

@@ -1,7 +1,6 @@
 #include "classfile/AttributeCode.h"
 
 #include "classfile/ByteStream.h"
-#include "classfile/CodeListing.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
 
@@ -38,28 +37,6 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, const Attribut
     }
     attributes_count = in.readU2();
     readAttributes(in, attributes_count, pool_, attributes, header.depth + 1);
-}
-
-void AttributeCode::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; max_stack=" << max_stack << "; max_locals=" << max_locals
-       << "; code_length=" << code_length << "; exception_table_length=" << exception_table_length
-       << ";\n          exceptions={\n";
-    for (size_t i = 0; i < exceptions.size(); ++i) {
-        const ExceptionInfo& row = exceptions[i];
-        os << "            [" << i << "]={start_pc=" << row.start_pc << "; end_pc=" << row.end_pc
-           << "; handler_pc=" << row.handler_pc << "; catch_type=" << row.catch_type << "};\n";
-    }
-    os << "          }\n          code={";
-    printCodeListing(os, code, *pool);
-    os << "\n          }\n"
-       << "          attributes_count=" << attributes_count << "          attributes={";
-    for (const auto& attribute : attributes) {
-        os << "\n        [" << attribute->index << "]={";
-        attribute->print(os);
-        os << "};";
-    }
-    os << "\n          }\n        }";
 }
 
 } // namespace classfile

@@ -24,8 +24,6 @@ constexpr unsigned MAX_CODE_DEPTH = 64;
 class AttributeCode : public Attribute {
 public:
     AttributeCode(ByteStream& in, ConstantPool& pool, const AttributeHeader& header);
-    /// Includes the instruction listing of the code.
-    void print(std::ostream& os) const override;
 
     uint16_t max_stack;
     uint16_t max_locals;

@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "classfile/ByteStream.h"
+#include "classfile/ClassDump.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ReadError.h"
 #include "util/RuntimeErrorST.h"
@@ -225,16 +226,7 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
 }
 
 void ConstantPool::print(std::ostream& os) const {
-    for (uint32_t i = 1; i < size();) {
-        const ConstantPoolEntry* entry = entries[i].get();
-        os << "    [" << i << "]=";
-        if (entry)
-            entry->print(os);
-        else
-            os << "(empty)";
-        os << ";\n";
-        i += entry && entry->isWide() ? 2 : 1;
-    }
+    ClassDump(os).print(*this);
 }
 
 std::string ConstantPool::parseFieldType(const std::string& descriptor,

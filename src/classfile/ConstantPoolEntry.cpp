@@ -8,6 +8,7 @@
 #include <boost/lexical_cast.hpp>
 
 #include "classfile/CheckFailure.h"
+#include "classfile/ClassDump.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
@@ -144,7 +145,7 @@ CPEUtf8::CPEUtf8(std::string v) : ConstantPoolEntry(TAG) {
 }
 
 void CPEUtf8::print(std::ostream& os) const {
-    os << "{tag=Utf8; value=\"" << value << "\"}";
+    ClassDump(os).print(*this);
 }
 
 bool CPEUtf8::equals(const ConstantPoolEntry& other) const {
@@ -158,7 +159,7 @@ CPEUnicode::CPEUnicode(std::vector<uint8_t> b) : ConstantPoolEntry(TAG) {
 }
 
 void CPEUnicode::print(std::ostream& os) const {
-    os << value << "[Unicode]";
+    ClassDump(os).print(*this);
 }
 
 bool CPEUnicode::equals(const ConstantPoolEntry& other) const {
@@ -174,7 +175,7 @@ std::string CPEInteger::getValue() const {
 }
 
 void CPEInteger::print(std::ostream& os) const {
-    os << "{tag=Integer; value=" << value << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPEInteger::toLiteral() const {
@@ -192,7 +193,7 @@ std::string CPEFloat::getValue() const {
 }
 
 void CPEFloat::print(std::ostream& os) const {
-    os << "{tag=Float; value=" << value << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPEFloat::toLiteral() const {
@@ -210,7 +211,7 @@ std::string CPELong::getValue() const {
 }
 
 void CPELong::print(std::ostream& os) const {
-    os << "{tag=Long; value=" << value << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPELong::toLiteral() const {
@@ -228,7 +229,7 @@ std::string CPEDouble::getValue() const {
 }
 
 void CPEDouble::print(std::ostream& os) const {
-    os << "{tag=Double; value=" << value << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPEDouble::toLiteral() const {
@@ -255,10 +256,7 @@ void CPEClass::check() const {
 }
 
 void CPEClass::print(std::ostream& os) const {
-    os << "{tag=Class; name_index=" << name_index;
-    if (name_index != 0)
-        os << " [" << owningPool().displayValue(name_index) << "]";
-    os << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPEClass::toLiteral() const {
@@ -283,8 +281,7 @@ std::string CPEString::getValue() const {
 }
 
 void CPEString::print(std::ostream& os) const {
-    os << "{tag=String; string_index=" << string_index << " ["
-       << owningPool().displayValue(string_index) << "]}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPEString::toLiteral() const {
@@ -323,8 +320,7 @@ std::string CPERef::getValue() const {
 }
 
 void CPERef::print(std::ostream& os) const {
-    os << "{tag=" << printName() << "; classIndex=" << classIndex << "; "
-       << "nameAndTypeIndex=" << nameAndTypeIndex << "}";
+    ClassDump(os).print(*this);
 }
 
 bool CPERef::equals(const ConstantPoolEntry& other) const {
@@ -363,8 +359,7 @@ std::string CPENameAndType::getValue() const {
 }
 
 void CPENameAndType::print(std::ostream& os) const {
-    os << "{tag=NameAndType; name_index=" << name_index << "; descriptor_index=" << descriptor_index
-       << "}";
+    ClassDump(os).print(*this);
 }
 
 std::string CPENameAndType::toLiteral() const {

@@ -10,11 +10,6 @@ AttributeConstantValue::AttributeConstantValue(ByteStream& in, const ConstantPoo
     : Attribute(AttributeKind::ConstantValue, pool, header.index, 2),
       constant_value_index(in.readU2()) {}
 
-void AttributeConstantValue::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << ", constant_value_index=" << constant_value_index;
-}
-
 AttributeExceptions::AttributeExceptions(ByteStream& in, const ConstantPool& pool,
                                          const AttributeHeader& header)
     : Attribute(AttributeKind::Exceptions, pool, header.index, header.length),
@@ -31,11 +26,6 @@ AttributeSynthetic::AttributeSynthetic(ByteStream&, const ConstantPool& pool,
 AttributeSourceFile::AttributeSourceFile(ByteStream& in, const ConstantPool& pool,
                                          const AttributeHeader& header)
     : Attribute(AttributeKind::SourceFile, pool, header.index, 2), source_file_index(in.readU2()) {}
-
-void AttributeSourceFile::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; source_file_index=" << source_file_index;
-}
 
 AttributeDeprecated::AttributeDeprecated(ByteStream&, const ConstantPool& pool,
                                          const AttributeHeader& header)

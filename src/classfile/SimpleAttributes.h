@@ -12,7 +12,6 @@ namespace classfile {
 class AttributeConstantValue : public Attribute {
 public:
     AttributeConstantValue(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
-    void print(std::ostream& os) const override;
 
     uint16_t constant_value_index;
 };
@@ -34,7 +33,6 @@ public:
 class AttributeSourceFile : public Attribute {
 public:
     AttributeSourceFile(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
-    void print(std::ostream& os) const override;
 
     uint16_t source_file_index;
 };

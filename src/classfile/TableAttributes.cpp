@@ -1,6 +1,5 @@
 #include "classfile/TableAttributes.h"
 
-#include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPool.h"
 
@@ -21,19 +20,6 @@ AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool&
     }
 }
 
-void AttributeInnerClasses::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; number_of_classes=" << number_of_classes << ";\n          classes={";
-    for (const auto& row : classes)
-        os << "\n            [" << row.position << "]="
-           << "\n              inner_class_info_index=" << row.inner_class_info_index << ";\n"
-           << "              outer_class_info_index=" << row.outer_class_info_index << ";\n"
-           << "              inner_name_index=" << row.inner_name_index << ";\n"
-           << "              inner_class_access_flags="
-           << accessFlagWords(row.inner_class_access_flags) << ";\n";
-    os << "\n          }";
-}
-
 AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
                                                    const AttributeHeader& header)
     : Attribute(AttributeKind::LineNumberTable, pool, header.index, header.length),
@@ -43,16 +29,6 @@ AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const Constan
         const uint16_t startPc = in.readU2();
         line_number_table.emplace_back(LineNumberInfo{i, startPc, in.readU2()});
     }
-}
-
-void AttributeLineNumberTable::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; line_number_table_length=" << line_number_table_length
-       << ";\n          line_number_table={";
-    for (const auto& row : line_number_table)
-        os << "\n            [" << row.position << "]="
-           << "{start_pc=" << row.start_pc << "; line_number=" << row.line_number << "}";
-    os << "\n          }";
 }
 
 AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
@@ -69,20 +45,6 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
         row.index = in.readU2();
         local_variable_table.emplace_back(row);
     }
-}
-
-void AttributeLocalVariableTable::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; localVariableTableLength=" << local_variable_table_length << "; localVariableTable={";
-    for (const auto& row : local_variable_table)
-        os << "\n          [" << row.position << "]={\n"
-           << "            start_pc=" << row.start_pc << ";\n"
-           << "            length=" << row.length << ";\n"
-           << "            name_index=" << row.name_index << ";\n"
-           << "            descriptor_index=" << row.descriptor_index << ";\n"
-           << "            index=" << row.index << ";\n"
-           << "          };";
-    os << "\n      }\n    }";
 }
 
 } // namespace classfile

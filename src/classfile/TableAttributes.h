@@ -21,7 +21,6 @@ struct InnerClassInfo {
 class AttributeInnerClasses : public Attribute {
 public:
     AttributeInnerClasses(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
-    void print(std::ostream& os) const override;
 
     uint16_t number_of_classes;
     ArenaList<InnerClassInfo> classes;
@@ -37,7 +36,6 @@ class AttributeLineNumberTable : public Attribute {
 public:
     AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
                              const AttributeHeader& header);
-    void print(std::ostream& os) const override;
 
     uint16_t line_number_table_length;
     ArenaList<LineNumberInfo> line_number_table;
@@ -57,7 +55,6 @@ class AttributeLocalVariableTable : public Attribute {
 public:
     AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
                                 const AttributeHeader& header);
-    void print(std::ostream& os) const override;
 
     uint16_t local_variable_table_length;
     ArenaList<LocalVariableInfo> local_variable_table;

@@ -67,6 +67,8 @@ TEST(AttributeTest, EveryKnownNameRoundTripsThroughItsKind) {
         const Attribute& made = *info->attributes.at(0);
         EXPECT_EQ(kind, made.kind());
         EXPECT_EQ(name, made.name);
+        // The dump picks the kind's own text form by the kind.
+        EXPECT_EQ(0u, textOf(made).rfind("name=" + std::string(name) + "; attribute_length=", 0));
     }
     EXPECT_EQ(static_cast<size_t>(AttributeKind::Unknown), kinds.size());
     EXPECT_EQ(AttributeKind::Unknown, attributeKindNamed("Signature"));

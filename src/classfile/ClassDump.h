@@ -1,0 +1,97 @@
+#pragma once
+
+#include <ostream>
+
+#include "classfile/AnnotationView.h"
+#include "classfile/Attribute.h"
+
+namespace classfile {
+
+class AttributeCode;
+class AttributeConstantValue;
+class AttributeInnerClasses;
+class AttributeLineNumberTable;
+class AttributeLocalVariableTable;
+class AttributeRuntimeAnnotations;
+class AttributeRuntimeParameterAnnotations;
+class AttributeSourceFile;
+class AttributeStackMap;
+class ClassInfo;
+class ConstantPool;
+class ConstantPoolEntry;
+class CPEClass;
+class CPEDouble;
+class CPEFloat;
+class CPEInteger;
+class CPELong;
+class CPENameAndType;
+class CPERef;
+class CPEString;
+class CPEUnicode;
+class CPEUtf8;
+class FieldInfo;
+class MemberInfo;
+class MethodInfo;
+class StackMapEntry;
+
+/// The text forms of the class model, as `kov dump` writes them. They read the model and nothing
+/// else; the print operations of the model classes forward here, so that the whole dump text lives
+/// in this one place.
+class ClassDump {
+public:
+    explicit ClassDump(std::ostream& os) : mOs(os) {}
+
+    /// The sections read so far: a partly read class still prints.
+    void print(const ClassInfo& info);
+    void print(const FieldInfo& field);
+    void print(const MethodInfo& method);
+
+    /// The pool listing: one line per entry, wide entries counted once.
+    void print(const ConstantPool& pool);
+    void print(const CPEUtf8& entry);
+    void print(const CPEUnicode& entry);
+    void print(const CPEInteger& entry);
+    void print(const CPEFloat& entry);
+    void print(const CPELong& entry);
+    void print(const CPEDouble& entry);
+    void print(const CPEClass& entry);
+    void print(const CPEString& entry);
+    /// The field, method and interface method references.
+    void print(const CPERef& entry);
+    void print(const CPENameAndType& entry);
+
+    /// The base form ("name=...; attribute_length=...") and the keys of the attribute's kind.
+    void print(const Attribute& attribute);
+
+    void print(AnnotationView annotation, const ConstantPool& pool);
+    void print(ElementValueView value, const ConstantPool& pool);
+
+private:
+    /// An entry's text, or "(none)" for an empty or missing slot.
+    void entryOrNone(const ConstantPoolEntry* entry);
+    /// Fields and methods differ only in their closing text.
+    void member(const MemberInfo& member, const char* closing);
+    /// One "[index]={...};" per attribute, as class, member and Code attributes list them.
+    void attributeList(const AttributeList& attributes);
+    /// One "[position]={...};" block per annotation, as the annotation attributes list them.
+    void annotationList(const AnnotationView::Range& annotations, const ConstantPool& pool);
+
+    // The keys that follow the base form of an attribute, by kind; kinds without keys of their own
+    // take the first overload.
+    void keys(const Attribute&) {}
+    void keys(const AttributeConstantValue& attribute);
+    void keys(const AttributeSourceFile& attribute);
+    void keys(const AttributeInnerClasses& attribute);
+    void keys(const AttributeLineNumberTable& attribute);
+    void keys(const AttributeLocalVariableTable& attribute);
+    void keys(const AttributeCode& attribute);
+    void keys(const AttributeStackMap& attribute);
+    void keys(const AttributeRuntimeAnnotations& attribute);
+    void keys(const AttributeRuntimeParameterAnnotations& attribute);
+
+    void stackMapEntry(const StackMapEntry& entry);
+
+    std::ostream& mOs;
+};
+
+} // namespace classfile
