@@ -36,6 +36,14 @@ void printTypes(std::ostream& os, const ArenaList<ArenaPtr<StackMapEntry::Ty>>& 
     }
 }
 
+void printStackMapEntry(std::ostream& os, const StackMapEntry& entry) {
+    os << "            offset=" << entry.offset << ";\n            locals={";
+    printTypes(os, entry.locals);
+    os << "};\n            stack={";
+    printTypes(os, entry.stack);
+    os << "};\n";
+}
+
 const char* refName(ConstantTag tag) {
     switch (tag) {
     case ConstantTag::FieldRef: return "Field";
@@ -192,12 +200,34 @@ void ClassDump::print(const CPENameAndType& entry) {
 
 // Attributes
 
+// One overload per kind with keys of its own; every other kind takes the nearest base's overload,
+// the empty one at the root.
+struct ClassDump::Keys {
+    explicit Keys(ClassDump& dump) : dump(dump), mOs(dump.mOs) {}
+
+    void of(const Attribute&) {}
+    void of(const AttributeConstantValue& attribute);
+    void of(const AttributeSourceFile& attribute);
+    void of(const AttributeInnerClasses& attribute);
+    void of(const AttributeLineNumberTable& attribute);
+    void of(const AttributeLocalVariableTable& attribute);
+    void of(const AttributeCode& attribute);
+    void of(const AttributeStackMap& attribute);
+    void of(const AttributeRuntimeAnnotations& attribute);
+    void of(const AttributeRuntimeParameterAnnotations& attribute);
+
+    ClassDump& dump;
+    std::ostream& mOs;
+};
+
 void ClassDump::print(const Attribute& attribute) {
     mOs << "name=" << attribute.name << "; attribute_length=" << attribute.attribute_length;
     // Every kind's class sets its kind, so the kind names the class to cast to.
     switch (attribute.kind()) {
 #define ATTRIBUTE_KIND(Name)                                                                       \
-    case AttributeKind::Name: keys(static_cast<const Attribute##Name&>(attribute)); break;
+    case AttributeKind::Name:                                                                      \
+        Keys(*this).of(static_cast<const Attribute##Name&>(attribute));                            \
+        break;
 #include "classfile/AttributeKinds.def"
     case AttributeKind::Unknown: break;
     }
@@ -211,15 +241,15 @@ void ClassDump::attributeList(const AttributeList& attributes) {
     }
 }
 
-void ClassDump::keys(const AttributeConstantValue& attribute) {
+void ClassDump::Keys::of(const AttributeConstantValue& attribute) {
     mOs << ", constant_value_index=" << attribute.constant_value_index;
 }
 
-void ClassDump::keys(const AttributeSourceFile& attribute) {
+void ClassDump::Keys::of(const AttributeSourceFile& attribute) {
     mOs << "; source_file_index=" << attribute.source_file_index;
 }
 
-void ClassDump::keys(const AttributeInnerClasses& attribute) {
+void ClassDump::Keys::of(const AttributeInnerClasses& attribute) {
     mOs << "; number_of_classes=" << attribute.number_of_classes << ";\n          classes={";
     for (const auto& row : attribute.classes)
         mOs << "\n            [" << row.position << "]="
@@ -231,7 +261,7 @@ void ClassDump::keys(const AttributeInnerClasses& attribute) {
     mOs << "\n          }";
 }
 
-void ClassDump::keys(const AttributeLineNumberTable& attribute) {
+void ClassDump::Keys::of(const AttributeLineNumberTable& attribute) {
     mOs << "; line_number_table_length=" << attribute.line_number_table_length
         << ";\n          line_number_table={";
     for (const auto& row : attribute.line_number_table)
@@ -240,7 +270,7 @@ void ClassDump::keys(const AttributeLineNumberTable& attribute) {
     mOs << "\n          }";
 }
 
-void ClassDump::keys(const AttributeLocalVariableTable& attribute) {
+void ClassDump::Keys::of(const AttributeLocalVariableTable& attribute) {
     mOs << "; localVariableTableLength=" << attribute.local_variable_table_length
         << "; localVariableTable={";
     for (const auto& row : attribute.local_variable_table)
@@ -254,7 +284,7 @@ void ClassDump::keys(const AttributeLocalVariableTable& attribute) {
     mOs << "\n      }\n    }";
 }
 
-void ClassDump::keys(const AttributeCode& attribute) {
+void ClassDump::Keys::of(const AttributeCode& attribute) {
     mOs << "; max_stack=" << attribute.max_stack << "; max_locals=" << attribute.max_locals
         << "; code_length=" << attribute.code_length
         << "; exception_table_length=" << attribute.exception_table_length
@@ -268,35 +298,27 @@ void ClassDump::keys(const AttributeCode& attribute) {
     printCodeListing(mOs, attribute.code, *attribute.pool);
     mOs << "\n          }\n"
         << "          attributes_count=" << attribute.attributes_count << "          attributes={";
-    attributeList(attribute.attributes);
+    dump.attributeList(attribute.attributes);
     mOs << "\n          }\n        }";
 }
 
-void ClassDump::keys(const AttributeStackMap& attribute) {
+void ClassDump::Keys::of(const AttributeStackMap& attribute) {
     mOs << "; numberOfEntries=" << attribute.number_of_entries << "; entries={";
     for (size_t i = 0; i < attribute.entries.size(); ++i) {
         mOs << "\n          [" << i << "]={\n";
-        stackMapEntry(attribute.entries[i]);
+        printStackMapEntry(mOs, attribute.entries[i]);
         mOs << "          };";
     }
     mOs << "\n      }\n    }";
 }
 
-void ClassDump::stackMapEntry(const StackMapEntry& entry) {
-    mOs << "            offset=" << entry.offset << ";\n            locals={";
-    printTypes(mOs, entry.locals);
-    mOs << "};\n            stack={";
-    printTypes(mOs, entry.stack);
-    mOs << "};\n";
-}
-
-void ClassDump::keys(const AttributeRuntimeAnnotations& attribute) {
+void ClassDump::Keys::of(const AttributeRuntimeAnnotations& attribute) {
     mOs << "; num_annotations=" << attribute.num_annotations << "; annotations={";
-    annotationList(attribute.annotations, *attribute.pool);
+    dump.annotationList(attribute.annotations, *attribute.pool);
     mOs << "\n      }\n    }";
 }
 
-void ClassDump::keys(const AttributeRuntimeParameterAnnotations& attribute) {
+void ClassDump::Keys::of(const AttributeRuntimeParameterAnnotations& attribute) {
     // "num_parametes" is the form's own spelling.
     mOs << "; num_parametes=" << static_cast<unsigned>(attribute.num_parameters)
         << "; parameter_annotations={";
@@ -304,7 +326,7 @@ void ClassDump::keys(const AttributeRuntimeParameterAnnotations& attribute) {
         const ParameterAnnotations& parameter = attribute.parameter_annotations[p];
         mOs << "\n          [" << p << "]={\n"
             << "          num_annotations=" << parameter.num_annotations << "; annotations={";
-        annotationList(parameter.annotations, *attribute.pool);
+        dump.annotationList(parameter.annotations, *attribute.pool);
         mOs << "}\n          };";
     }
     mOs << "\n      }\n    }";

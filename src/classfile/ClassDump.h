@@ -7,15 +7,6 @@
 
 namespace classfile {
 
-class AttributeCode;
-class AttributeConstantValue;
-class AttributeInnerClasses;
-class AttributeLineNumberTable;
-class AttributeLocalVariableTable;
-class AttributeRuntimeAnnotations;
-class AttributeRuntimeParameterAnnotations;
-class AttributeSourceFile;
-class AttributeStackMap;
 class ClassInfo;
 class ConstantPool;
 class ConstantPoolEntry;
@@ -32,7 +23,6 @@ class CPEUtf8;
 class FieldInfo;
 class MemberInfo;
 class MethodInfo;
-class StackMapEntry;
 
 /// The text forms of the class model, as `kov dump` writes them. They read the model and nothing
 /// else; the print operations of the model classes forward here, so that the whole dump text lives
@@ -76,20 +66,8 @@ private:
     /// One "[position]={...};" block per annotation, as the annotation attributes list them.
     void annotationList(const AnnotationView::Range& annotations, const ConstantPool& pool);
 
-    // The keys that follow the base form of an attribute, by kind; kinds without keys of their own
-    // take the first overload.
-    void keys(const Attribute&) {}
-    void keys(const AttributeConstantValue& attribute);
-    void keys(const AttributeSourceFile& attribute);
-    void keys(const AttributeInnerClasses& attribute);
-    void keys(const AttributeLineNumberTable& attribute);
-    void keys(const AttributeLocalVariableTable& attribute);
-    void keys(const AttributeCode& attribute);
-    void keys(const AttributeStackMap& attribute);
-    void keys(const AttributeRuntimeAnnotations& attribute);
-    void keys(const AttributeRuntimeParameterAnnotations& attribute);
-
-    void stackMapEntry(const StackMapEntry& entry);
+    /// The keys that follow the base form of an attribute, one overload per kind that has any.
+    struct Keys;
 
     std::ostream& mOs;
 };
