@@ -7,7 +7,6 @@
 #include "classfile/AttributeCode.h"
 #include "classfile/AttributeStackMap.h"
 #include "classfile/ByteStream.h"
-#include "classfile/ClassDump.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/SimpleAttributes.h"
 #include "classfile/TableAttributes.h"
@@ -88,10 +87,6 @@ Attribute::Attribute(AttributeKind kind, const ConstantPool& pool_, uint16_t ind
     : pool(&pool_), index(index_), attribute_length(length), mKind(kind) {}
 
 Attribute::~Attribute() = default;
-
-void Attribute::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
 
 ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
                                   unsigned depth) {

@@ -2,6 +2,7 @@
 
 #include "classfile/AccessFlags.h"
 #include "classfile/AnnotationAttributes.h"
+#include "classfile/AnnotationInfo.h"
 #include "classfile/AttributeCode.h"
 #include "classfile/AttributeStackMap.h"
 #include "classfile/ClassInfo.h"
@@ -382,6 +383,76 @@ void ClassDump::print(ElementValueView value, const ConstantPool& pool) {
             mOs << "};";
         }
     }
+}
+
+// The model's print operations: each writes its object's text form through a ClassDump.
+
+void ClassInfo::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void FieldInfo::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void MethodInfo::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void ConstantPool::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEUtf8::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEUnicode::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEInteger::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEFloat::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPELong::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEDouble::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEClass::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPEString::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPERef::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void CPENameAndType::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void Attribute::print(std::ostream& os) const {
+    ClassDump(os).print(*this);
+}
+
+void AnnotationInfo::print(std::ostream& os) const {
+    ClassDump(os).print(mView, *pool);
+}
+
+void ElementValue::print(std::ostream& os) const {
+    ClassDump(os).print(mView, *pool);
 }
 
 } // namespace classfile

@@ -25,8 +25,8 @@ class MemberInfo;
 class MethodInfo;
 
 /// The text forms of the class model, as `kov dump` writes them. They read the model and nothing
-/// else; the print operations of the model classes forward here, so that the whole dump text lives
-/// in this one place.
+/// else. The print operations of the model classes are defined in ClassDump.cpp and forward here,
+/// so that the reader's sources hold no text forms and the whole dump text lives in one place.
 class ClassDump {
 public:
     explicit ClassDump(std::ostream& os) : mOs(os) {}

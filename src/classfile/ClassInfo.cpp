@@ -3,7 +3,6 @@
 #include <iostream>
 
 #include "classfile/ByteStream.h"
-#include "classfile/ClassDump.h"
 #include "classfile/ReadError.h"
 
 namespace classfile {
@@ -122,10 +121,6 @@ void ClassInfo::checkPool() const {
     for (uint32_t i = 1; i < constant_pool_count; ++i)
         if (const ConstantPoolEntry* entry = constant_pool->get(i))
             entry->check();
-}
-
-void ClassInfo::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 } // namespace classfile

@@ -5,7 +5,6 @@
 #include <iostream>
 
 #include "classfile/ByteStream.h"
-#include "classfile/ClassDump.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ReadError.h"
 #include "util/RuntimeErrorST.h"
@@ -223,10 +222,6 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     if (owner)
         owner->constant_pool_count = static_cast<uint16_t>(newSize);
     return newIndex;
-}
-
-void ConstantPool::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 std::string ConstantPool::parseFieldType(const std::string& descriptor,

@@ -8,7 +8,6 @@
 #include <boost/lexical_cast.hpp>
 
 #include "classfile/CheckFailure.h"
-#include "classfile/ClassDump.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
@@ -144,10 +143,6 @@ CPEUtf8::CPEUtf8(std::string v) : ConstantPoolEntry(TAG) {
     value = ownCopy(mOwnText, v);
 }
 
-void CPEUtf8::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 bool CPEUtf8::equals(const ConstantPoolEntry& other) const {
     return other.tag() == TAG && static_cast<const CPEUtf8&>(other).value == value;
 }
@@ -156,10 +151,6 @@ CPEUnicode::CPEUnicode(std::vector<uint8_t> b) : ConstantPoolEntry(TAG) {
     value = ownCopy(mOwnText,
                     std::string_view(reinterpret_cast<const char*>(b.data()), b.size()));
     bytes = Bytes(value);
-}
-
-void CPEUnicode::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 bool CPEUnicode::equals(const ConstantPoolEntry& other) const {
@@ -172,10 +163,6 @@ CPEInteger::CPEInteger(int32_t v) : ConstantPoolEntry(TAG), value(v) {}
 
 std::string CPEInteger::getValue() const {
     return std::to_string(value);
-}
-
-void CPEInteger::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 std::string CPEInteger::toLiteral() const {
@@ -192,10 +179,6 @@ std::string CPEFloat::getValue() const {
     return floatingText(value);
 }
 
-void CPEFloat::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 std::string CPEFloat::toLiteral() const {
     return "Float " + getValue();
 }
@@ -210,10 +193,6 @@ std::string CPELong::getValue() const {
     return std::to_string(value);
 }
 
-void CPELong::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 std::string CPELong::toLiteral() const {
     return "Long " + getValue();
 }
@@ -226,10 +205,6 @@ CPEDouble::CPEDouble(double v) : ConstantPoolEntry(TAG), value(v) {}
 
 std::string CPEDouble::getValue() const {
     return floatingText(value);
-}
-
-void CPEDouble::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 std::string CPEDouble::toLiteral() const {
@@ -255,10 +230,6 @@ void CPEClass::check() const {
     }
 }
 
-void CPEClass::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 std::string CPEClass::toLiteral() const {
     bool isInterface = false;
     if (pool && pool->owner)
@@ -278,10 +249,6 @@ CPEString::CPEString(uint16_t stringIndex) : ConstantPoolEntry(TAG), string_inde
 
 std::string CPEString::getValue() const {
     return owningPool().valueAt(string_index, "the string value");
-}
-
-void CPEString::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 std::string CPEString::toLiteral() const {
@@ -319,10 +286,6 @@ std::string CPERef::getValue() const {
     return cls.getValue() + "." + nat.getValue();
 }
 
-void CPERef::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 bool CPERef::equals(const ConstantPoolEntry& other) const {
     return refuseEquality(other);
 }
@@ -356,10 +319,6 @@ std::string CPENameAndType::descriptor() const {
 
 std::string CPENameAndType::getValue() const {
     return name() + descriptor();
-}
-
-void CPENameAndType::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 std::string CPENameAndType::toLiteral() const {

@@ -1,7 +1,6 @@
 #include "classfile/MemberInfo.h"
 
 #include "classfile/ByteStream.h"
-#include "classfile/ClassDump.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
 
@@ -48,17 +47,9 @@ void FieldInfo::onAttribute(const Attribute& attribute) {
     MemberInfo::onAttribute(attribute);
 }
 
-void FieldInfo::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
-}
-
 MethodInfo::MethodInfo(ByteStream& in, uint16_t index_, ClassInfo& owner_)
     : MemberInfo(index_, owner_) {
     read(in);
-}
-
-void MethodInfo::print(std::ostream& os) const {
-    ClassDump(os).print(*this);
 }
 
 } // namespace classfile
