@@ -17,49 +17,26 @@ AnnotationView::Range readAnnotations(ByteStream& in, uint16_t count) {
     return AnnotationView::Range(first, count);
 }
 
-void printAnnotations(std::ostream& os, const AnnotationView::Range& list,
-                      const ConstantPool& pool) {
-    size_t i = 0;
-    for (const AnnotationView annotation : list) {
-        os << "\n          [" << i++ << "]={\n";
-        annotation.print(os, pool);
-        os << "          };";
-    }
-}
-
 } // namespace
 
 AttributeRuntimeAnnotations::AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in,
-                                                         const ConstantPool& pool_, uint16_t index_,
-                                                         uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_annotations(in.readU2()) {
+                                                         const ConstantPool& pool_,
+                                                         const AttributeHeader& header)
+    : Attribute(kind, pool_, header.index, header.length), num_annotations(in.readU2()) {
     annotations = readAnnotations(in, num_annotations);
 }
 
-void AttributeRuntimeAnnotations::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; num_annotations=" << num_annotations << "; annotations={";
-    printAnnotations(os, annotations, *pool);
-    os << "\n      }\n    }";
-}
+AttributeRuntimeVisibleAnnotations::AttributeRuntimeVisibleAnnotations(
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
+    : AttributeRuntimeAnnotations(AttributeKind::RuntimeVisibleAnnotations, in, pool, header) {}
 
-AttributeRuntimeVisibleAnnotations::AttributeRuntimeVisibleAnnotations(ByteStream& in,
-                                                                       const ConstantPool& pool,
-                                                                       uint16_t index,
-                                                                       uint32_t length)
-    : AttributeRuntimeAnnotations(AttributeKind::RuntimeVisibleAnnotations, in, pool, index,
-                                  length) {}
-
-AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(ByteStream& in,
-                                                                           const ConstantPool& pool,
-                                                                           uint16_t index,
-                                                                           uint32_t length)
-    : AttributeRuntimeAnnotations(AttributeKind::RuntimeInvisibleAnnotations, in, pool, index,
-                                  length) {}
+AttributeRuntimeInvisibleAnnotations::AttributeRuntimeInvisibleAnnotations(
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
+    : AttributeRuntimeAnnotations(AttributeKind::RuntimeInvisibleAnnotations, in, pool, header) {}
 
 AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
-    AttributeKind kind, ByteStream& in, const ConstantPool& pool_, uint16_t index_, uint32_t length)
-    : Attribute(kind, pool_, index_, length), num_parameters(in.readU1()) {
+    AttributeKind kind, ByteStream& in, const ConstantPool& pool_, const AttributeHeader& header)
+    : Attribute(kind, pool_, header.index, header.length), num_parameters(in.readU1()) {
     reserveForCount(parameter_annotations, pool_.arena(), num_parameters, in.remaining(), 2);
     ByteStream::Section section(in, "the annotations of parameter ", 0);
     for (unsigned p = 0; p < num_parameters; ++p) {
@@ -71,28 +48,14 @@ AttributeRuntimeParameterAnnotations::AttributeRuntimeParameterAnnotations(
     }
 }
 
-void AttributeRuntimeParameterAnnotations::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; num_parametes=" << static_cast<unsigned>(num_parameters)
-       << "; parameter_annotations={";
-    for (size_t p = 0; p < parameter_annotations.size(); ++p) {
-        const ParameterAnnotations& parameter = parameter_annotations[p];
-        os << "\n          [" << p << "]={\n"
-           << "          num_annotations=" << parameter.num_annotations << "; annotations={";
-        printAnnotations(os, parameter.annotations, *pool);
-        os << "}\n          };";
-    }
-    os << "\n      }\n    }";
-}
-
 AttributeRuntimeVisibleParameterAnnotations::AttributeRuntimeVisibleParameterAnnotations(
-    ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length)
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
     : AttributeRuntimeParameterAnnotations(AttributeKind::RuntimeVisibleParameterAnnotations, in,
-                                           pool, index, length) {}
+                                           pool, header) {}
 
 AttributeRuntimeInvisibleParameterAnnotations::AttributeRuntimeInvisibleParameterAnnotations(
-    ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length)
+    ByteStream& in, const ConstantPool& pool, const AttributeHeader& header)
     : AttributeRuntimeParameterAnnotations(AttributeKind::RuntimeInvisibleParameterAnnotations, in,
-                                           pool, index, length) {}
+                                           pool, header) {}
 
 } // namespace classfile

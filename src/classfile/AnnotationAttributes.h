@@ -11,26 +11,25 @@ namespace classfile {
 /// kept in place (AnnotationInfo builds the tree of one where a tree is wanted).
 class AttributeRuntimeAnnotations : public Attribute {
 public:
-    void print(std::ostream& os) const override;
 
     uint16_t num_annotations;
     AnnotationView::Range annotations;
 
 protected:
     AttributeRuntimeAnnotations(AttributeKind kind, ByteStream& in, const ConstantPool& pool,
-                                uint16_t index, uint32_t length);
+                                const AttributeHeader& header);
 };
 
 class AttributeRuntimeVisibleAnnotations : public AttributeRuntimeAnnotations {
 public:
-    AttributeRuntimeVisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                       uint32_t length);
+    AttributeRuntimeVisibleAnnotations(ByteStream& in, const ConstantPool& pool,
+                                       const AttributeHeader& header);
 };
 
 class AttributeRuntimeInvisibleAnnotations : public AttributeRuntimeAnnotations {
 public:
-    AttributeRuntimeInvisibleAnnotations(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                         uint32_t length);
+    AttributeRuntimeInvisibleAnnotations(ByteStream& in, const ConstantPool& pool,
+                                         const AttributeHeader& header);
 };
 
 /// The annotations of one method parameter.
@@ -43,26 +42,25 @@ struct ParameterAnnotations {
 /// a counted list of annotations.
 class AttributeRuntimeParameterAnnotations : public Attribute {
 public:
-    void print(std::ostream& os) const override;
 
     uint8_t num_parameters;
     ArenaList<ParameterAnnotations> parameter_annotations;
 
 protected:
     AttributeRuntimeParameterAnnotations(AttributeKind kind, ByteStream& in,
-                                         const ConstantPool& pool, uint16_t index, uint32_t length);
+                                         const ConstantPool& pool, const AttributeHeader& header);
 };
 
 class AttributeRuntimeVisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
 public:
     AttributeRuntimeVisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
-                                                uint16_t index, uint32_t length);
+                                                const AttributeHeader& header);
 };
 
 class AttributeRuntimeInvisibleParameterAnnotations : public AttributeRuntimeParameterAnnotations {
 public:
     AttributeRuntimeInvisibleParameterAnnotations(ByteStream& in, const ConstantPool& pool,
-                                                  uint16_t index, uint32_t length);
+                                                  const AttributeHeader& header);
 };
 
 } // namespace classfile

@@ -18,10 +18,6 @@ AnnotationInfo::AnnotationInfo(AnnotationView view, const ConstantPool& pool_)
 
 AnnotationInfo::~AnnotationInfo() = default;
 
-void AnnotationInfo::print(std::ostream& os) const {
-    mView.print(os, *pool);
-}
-
 ElementValue::ElementValue(const ConstantPool& pool_, ByteStream& in, bool named_, unsigned depth)
     : ElementValue(pool_, ElementValueView::read(in, named_, depth)) {}
 
@@ -38,9 +34,5 @@ ElementValue::ElementValue(const ConstantPool& pool_, ElementValueView view)
 }
 
 ElementValue::~ElementValue() = default;
-
-void ElementValue::print(std::ostream& os) const {
-    mView.print(os, *pool);
-}
 
 } // namespace classfile

@@ -167,49 +167,11 @@ const uint8_t* ElementValueView::end() const {
     return endOfValue(body());
 }
 
-void ElementValueView::print(std::ostream& os, const ConstantPool& pool) const {
-    if (mNamed)
-        os << "name=" << pool.displayValue(elementNameIndex()) << "; ";
-    const uint8_t t = tag();
-    os << "tag='" << static_cast<char>(t) << "'";
-    if (isConstantTag(t)) {
-        os << " [" << pool.displayValue(constValueIndex()) << "]";
-    } else if (t == 'c') {
-        os << " [" << pool.displayValue(classInfoIndex()) << "]";
-    } else if (t == 'e') {
-        os << " [" << pool.displayValue(typeNameIndex()) << " "
-           << pool.displayValue(constNameIndex()) << "]";
-    } else if (t == '@') {
-        os << " [";
-        annotationValue().print(os, pool);
-        os << "]";
-    } else if (t == '[') {
-        os << "; num_values=" << numValues() << "; values=";
-        size_t i = 0;
-        for (const ElementValueView value : values()) {
-            os << " [" << i++ << "]={";
-            value.print(os, pool);
-            os << "};";
-        }
-    }
-}
-
 const uint8_t* AnnotationView::end() const {
     const uint8_t* p = mAt + 4;
     for (uint16_t left = numElementValuePairs(); left > 0; --left)
         p = endOfValue(p + 2);
     return p;
-}
-
-void AnnotationView::print(std::ostream& os, const ConstantPool& pool) const {
-    os << "type_index=" << typeIndex() << " [" << pool.displayValue(typeIndex())
-       << "]; num_element_value_pairs=" << numElementValuePairs() << "; element_value_pairs=";
-    size_t i = 0;
-    for (const ElementValueView pair : elementValuePairs()) {
-        os << " [" << i++ << "]={";
-        pair.print(os, pool);
-        os << "};";
-    }
 }
 
 // Both reads first walk the bytes directly, and only when that finds a fault walk them again

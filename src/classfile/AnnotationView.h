@@ -7,7 +7,6 @@
 // deep), so a view only ever moves over bytes known to hold a complete annotation.
 
 #include <cstdint>
-#include <ostream>
 
 namespace classfile {
 
@@ -88,7 +87,6 @@ public:
 
     /// The first byte after the value.
     const uint8_t* end() const;
-    void print(std::ostream& os, const ConstantPool& pool) const;
 
     /// As AnnotationView::read, for one element value.
     static ElementValueView read(ByteStream& in, bool named, unsigned depth = 0);
@@ -117,7 +115,6 @@ public:
 
     /// The first byte after the annotation.
     const uint8_t* end() const;
-    void print(std::ostream& os, const ConstantPool& pool) const;
 
     /// Walks one annotation at the stream's position with the stream's own reads, so that input
     /// ending inside it or nesting deeper than MAX_ANNOTATION_DEPTH raises the reader's errors, and

@@ -21,64 +21,33 @@ constexpr size_t MAX_NAME_SHOWN = 64;
 // An attribute header: u2 name index and u4 length.
 constexpr size_t HEADER_BYTES = 6;
 
-AttributeKind kindNamed(std::string_view name) {
-    static constexpr std::pair<std::string_view, AttributeKind> kinds[] = {
-        {"Code", AttributeKind::Code},
-        {"ConstantValue", AttributeKind::ConstantValue},
-        {"Exceptions", AttributeKind::Exceptions},
-        {"InnerClasses", AttributeKind::InnerClasses},
-        {"Synthetic", AttributeKind::Synthetic},
-        {"SourceFile", AttributeKind::SourceFile},
-        {"LineNumberTable", AttributeKind::LineNumberTable},
-        {"LocalVariableTable", AttributeKind::LocalVariableTable},
-        {"Deprecated", AttributeKind::Deprecated},
-        {"StackMap", AttributeKind::StackMap},
-        {"RuntimeVisibleAnnotations", AttributeKind::RuntimeVisibleAnnotations},
-        {"RuntimeInvisibleAnnotations", AttributeKind::RuntimeInvisibleAnnotations},
-        {"RuntimeVisibleParameterAnnotations", AttributeKind::RuntimeVisibleParameterAnnotations},
-        {"RuntimeInvisibleParameterAnnotations",
-         AttributeKind::RuntimeInvisibleParameterAnnotations},
-    };
-    for (const auto& [text, kind] : kinds)
-        if (name == text)
-            return kind;
-    return AttributeKind::Unknown;
+using ReadPayload = ArenaPtr<Attribute> (*)(ByteStream& in, ConstantPool& pool,
+                                             const AttributeHeader& header);
+
+template <typename T>
+ArenaPtr<Attribute> readPayload(ByteStream& in, ConstantPool& pool, const AttributeHeader& header) {
+    return makeInArena<T>(pool.arena(), in, pool, header);
 }
 
-ArenaPtr<Attribute> readKind(AttributeKind kind, ByteStream& in, uint16_t index, uint32_t length,
-                             ConstantPool& pool, unsigned depth) {
-    Arena& arena = pool.arena();
-    switch (kind) {
-    case AttributeKind::Code:
-        return makeInArena<AttributeCode>(arena, in, pool, index, length, depth);
-    case AttributeKind::ConstantValue:
-        return makeInArena<AttributeConstantValue>(arena, in, pool, index);
-    case AttributeKind::Exceptions:
-        return makeInArena<AttributeExceptions>(arena, in, pool, index, length);
-    case AttributeKind::InnerClasses:
-        return makeInArena<AttributeInnerClasses>(arena, in, pool, index, length);
-    case AttributeKind::Synthetic: return makeInArena<AttributeSynthetic>(arena, pool, index);
-    case AttributeKind::SourceFile: return makeInArena<AttributeSourceFile>(arena, in, pool, index);
-    case AttributeKind::LineNumberTable:
-        return makeInArena<AttributeLineNumberTable>(arena, in, pool, index, length);
-    case AttributeKind::LocalVariableTable:
-        return makeInArena<AttributeLocalVariableTable>(arena, in, pool, index, length);
-    case AttributeKind::Deprecated: return makeInArena<AttributeDeprecated>(arena, pool, index);
-    case AttributeKind::StackMap:
-        return makeInArena<AttributeStackMap>(arena, in, pool, index, length);
-    case AttributeKind::RuntimeVisibleAnnotations:
-        return makeInArena<AttributeRuntimeVisibleAnnotations>(arena, in, pool, index, length);
-    case AttributeKind::RuntimeInvisibleAnnotations:
-        return makeInArena<AttributeRuntimeInvisibleAnnotations>(arena, in, pool, index, length);
-    case AttributeKind::RuntimeVisibleParameterAnnotations:
-        return makeInArena<AttributeRuntimeVisibleParameterAnnotations>(arena, in, pool, index,
-                                                                        length);
-    case AttributeKind::RuntimeInvisibleParameterAnnotations:
-        return makeInArena<AttributeRuntimeInvisibleParameterAnnotations>(arena, in, pool, index,
-                                                                          length);
-    case AttributeKind::Unknown: break;
-    }
-    return makeInArena<AttributeUnknown>(arena, in, pool, index, length);
+struct KindRow {
+    std::string_view name;
+    AttributeKind kind;
+    ReadPayload read;
+};
+
+// Row i is the kind with value i: both expand AttributeKinds.def in its order.
+constexpr KindRow KINDS[] = {
+#define ATTRIBUTE_KIND(Name) {#Name, AttributeKind::Name, &readPayload<Attribute##Name>},
+#include "classfile/AttributeKinds.def"
+};
+constexpr size_t KIND_COUNT = sizeof KINDS / sizeof KINDS[0];
+static_assert(KIND_COUNT == static_cast<size_t>(AttributeKind::Unknown));
+
+ArenaPtr<Attribute> readKind(AttributeKind kind, ByteStream& in, ConstantPool& pool,
+                             const AttributeHeader& header) {
+    const auto row = static_cast<size_t>(kind);
+    return row < KIND_COUNT ? KINDS[row].read(in, pool, header)
+                            : readPayload<AttributeUnknown>(in, pool, header);
 }
 
 // The name at nameIndex and the kind it names. The kind of a Utf8 name is looked up once per index;
@@ -89,27 +58,35 @@ AttributeKind resolveName(const ConstantPool& pool, uint16_t nameIndex, std::str
         name = static_cast<const CPEUtf8*>(entry)->value;
         uint8_t& known = pool.attributeKindOf(nameIndex);
         if (known == 0)
-            known = static_cast<uint8_t>(static_cast<uint8_t>(kindNamed(name)) + 1);
+            known = static_cast<uint8_t>(static_cast<uint8_t>(attributeKindNamed(name)) + 1);
         return static_cast<AttributeKind>(known - 1);
     }
     const std::string value = pool.valueAt(nameIndex, "the attribute name");
     char* copy = static_cast<char*>(pool.arena().take(value.size() + 1, 1));
     std::memcpy(copy, value.data(), value.size());
     name = std::string_view(copy, value.size());
-    return kindNamed(name);
+    return attributeKindNamed(name);
 }
 
 } // namespace
+
+AttributeKind attributeKindNamed(std::string_view name) {
+    for (const KindRow& row : KINDS)
+        if (name == row.name)
+            return row.kind;
+    return AttributeKind::Unknown;
+}
+
+std::string_view attributeKindName(AttributeKind kind) {
+    const auto row = static_cast<size_t>(kind);
+    return row < KIND_COUNT ? KINDS[row].name : std::string_view();
+}
 
 Attribute::Attribute(AttributeKind kind, const ConstantPool& pool_, uint16_t index_,
                      uint32_t length)
     : pool(&pool_), index(index_), attribute_length(length), mKind(kind) {}
 
 Attribute::~Attribute() = default;
-
-void Attribute::print(std::ostream& os) const {
-    os << "name=" << name << "; attribute_length=" << attribute_length;
-}
 
 ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,
                                   unsigned depth) {
@@ -125,7 +102,7 @@ ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& 
                 name.size() > MAX_NAME_SHOWN ? "...\" attribute at position "
                                              : "\" attribute at position ",
                 index);
-    ArenaPtr<Attribute> attribute = readKind(kind, in, index, length, pool, depth);
+    ArenaPtr<Attribute> attribute = readKind(kind, in, pool, AttributeHeader{index, length, depth});
     attribute->name_index = nameIndex;
     attribute->name = name;
     return attribute;

@@ -12,23 +12,26 @@ namespace classfile {
 class ByteStream;
 class ConstantPool;
 
-/// The attribute kinds recognised by name; every other name is Unknown.
+/// The attribute kinds recognised by name (AttributeKinds.def); every other name is Unknown.
 enum class AttributeKind {
-    Code,
-    ConstantValue,
-    Exceptions,
-    InnerClasses,
-    Synthetic,
-    SourceFile,
-    LineNumberTable,
-    LocalVariableTable,
-    Deprecated,
-    StackMap,
-    RuntimeVisibleAnnotations,
-    RuntimeInvisibleAnnotations,
-    RuntimeVisibleParameterAnnotations,
-    RuntimeInvisibleParameterAnnotations,
+#define ATTRIBUTE_KIND(Name) Name,
+#include "classfile/AttributeKinds.def"
     Unknown,
+};
+
+/// The kind that an attribute name stands for; Unknown for any name not in AttributeKinds.def.
+AttributeKind attributeKindNamed(std::string_view name);
+/// The name of a kind's attributes; empty for Unknown.
+std::string_view attributeKindName(AttributeKind kind);
+
+/// What the factory knows of an attribute before its payload, and hands to the kind's constructor.
+struct AttributeHeader {
+    /// Position in the attribute's list.
+    uint16_t index;
+    /// As read from the file.
+    uint32_t length;
+    /// The number of enclosing Code attributes.
+    unsigned depth;
 };
 
 /// One attribute of a field, method, class or Code attribute.
@@ -63,7 +66,8 @@ private:
 using AttributeList = ArenaList<ArenaPtr<Attribute>>;
 
 /// The attribute factory: reads one attribute (header and payload) into the pool's arena and returns
-/// it. The payload of a recognised kind is read by its structure, not by the declared length.
+/// it. The name picks the kind, whose class reads the payload by its structure, not by the declared
+/// length.
 /// StackMap attributes add an entry to the pool, hence the mutable pool. depth counts the enclosing
 /// Code attributes.
 ArenaPtr<Attribute> readAttribute(ByteStream& in, uint16_t index, ConstantPool& pool,

@@ -1,18 +1,16 @@
 #include "classfile/AttributeCode.h"
 
 #include "classfile/ByteStream.h"
-#include "classfile/CodeListing.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/ReadError.h"
 
 namespace classfile {
 
-AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index_, uint32_t length,
-                             unsigned depth)
-    : Attribute(AttributeKind::Code, pool_, index_, length) {
+AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, const AttributeHeader& header)
+    : Attribute(AttributeKind::Code, pool_, header.index, header.length) {
     // Each level costs a few stack frames; a damaged file could otherwise nest until the stack
     // runs out.
-    if (depth > MAX_CODE_DEPTH)
+    if (header.depth > MAX_CODE_DEPTH)
         failRead("Code attributes nest too deeply",
                  formatText("Reading TKB failed: Code attributes nest deeper than %d levels",
                             MAX_CODE_DEPTH));
@@ -38,29 +36,7 @@ AttributeCode::AttributeCode(ByteStream& in, ConstantPool& pool_, uint16_t index
         }
     }
     attributes_count = in.readU2();
-    readAttributes(in, attributes_count, pool_, attributes, depth + 1);
-}
-
-void AttributeCode::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; max_stack=" << max_stack << "; max_locals=" << max_locals
-       << "; code_length=" << code_length << "; exception_table_length=" << exception_table_length
-       << ";\n          exceptions={\n";
-    for (size_t i = 0; i < exceptions.size(); ++i) {
-        const ExceptionInfo& row = exceptions[i];
-        os << "            [" << i << "]={start_pc=" << row.start_pc << "; end_pc=" << row.end_pc
-           << "; handler_pc=" << row.handler_pc << "; catch_type=" << row.catch_type << "};\n";
-    }
-    os << "          }\n          code={";
-    printCodeListing(os, code, *pool);
-    os << "\n          }\n"
-       << "          attributes_count=" << attributes_count << "          attributes={";
-    for (const auto& attribute : attributes) {
-        os << "\n        [" << attribute->index << "]={";
-        attribute->print(os);
-        os << "};";
-    }
-    os << "\n          }\n        }";
+    readAttributes(in, attributes_count, pool_, attributes, header.depth + 1);
 }
 
 } // namespace classfile

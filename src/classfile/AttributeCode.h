@@ -23,11 +23,7 @@ constexpr unsigned MAX_CODE_DEPTH = 64;
 /// A method's bytecode with its exception table and nested attributes.
 class AttributeCode : public Attribute {
 public:
-    /// depth counts the enclosing Code attributes.
-    AttributeCode(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length,
-                  unsigned depth = 0);
-    /// Includes the instruction listing of the code.
-    void print(std::ostream& os) const override;
+    AttributeCode(ByteStream& in, ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t max_stack;
     uint16_t max_locals;

@@ -8,12 +8,6 @@ namespace classfile {
 
 namespace {
 
-const char* tyName(uint8_t tag) {
-    static const char* const names[] = {"Bogus", "Integer",    "Float",  "Double",   "Long",
-                                        "Null",  "InitObject", "Object", "NewObject"};
-    return tag < sizeof names / sizeof names[0] ? names[tag] : "?";
-}
-
 ArenaPtr<StackMapEntry::Ty> readTy(ByteStream& in, const ConstantPool& pool) {
     Arena& arena = pool.arena();
     const uint8_t tag = in.readU1();
@@ -33,28 +27,9 @@ ArenaPtr<StackMapEntry::Ty> readTy(ByteStream& in, const ConstantPool& pool) {
     }
 }
 
-void printTypes(std::ostream& os, const ArenaList<ArenaPtr<StackMapEntry::Ty>>& types) {
-    for (size_t i = 0; i < types.size(); ++i) {
-        os << (i ? ", " : "");
-        types[i]->print(os);
-    }
-}
-
 } // namespace
 
 StackMapEntry::Ty::~Ty() = default;
-
-void StackMapEntry::Ty::print(std::ostream& os) const {
-    os << tyName(tag);
-}
-
-void StackMapEntry::TyObject::print(std::ostream& os) const {
-    os << "Object(#" << class_index << " [" << pool->displayValue(class_index) << "])";
-}
-
-void StackMapEntry::TyNewObject::print(std::ostream& os) const {
-    os << "NewObject(@" << offset << ")";
-}
 
 StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool) {
     offset = in.readU2();
@@ -68,17 +43,9 @@ StackMapEntry::StackMapEntry(ByteStream& in, const ConstantPool& pool) {
         stack.push_back(readTy(in, pool));
 }
 
-void StackMapEntry::print(std::ostream& os) const {
-    os << "            offset=" << offset << ";\n            locals={";
-    printTypes(os, locals);
-    os << "};\n            stack={";
-    printTypes(os, stack);
-    os << "};\n";
-}
-
-AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16_t index_,
-                                     uint32_t length)
-    : Attribute(AttributeKind::StackMap, pool_, index_, length) {
+AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_,
+                                     const AttributeHeader& header)
+    : Attribute(AttributeKind::StackMap, pool_, header.index, header.length) {
     // Every StackMap read appends its own name entry, which nothing refers to; the factory then
     // replaces name_index by the index from the file.
     name = "StackMap";
@@ -91,17 +58,6 @@ AttributeStackMap::AttributeStackMap(ByteStream& in, ConstantPool& pool_, uint16
         StackMapEntry entry(in, pool_);
         entries.push_back(std::move(entry));
     }
-}
-
-void AttributeStackMap::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; numberOfEntries=" << number_of_entries << "; entries={";
-    for (size_t i = 0; i < entries.size(); ++i) {
-        os << "\n          [" << i << "]={\n";
-        entries[i].print(os);
-        os << "          };";
-    }
-    os << "\n      }\n    }";
 }
 
 } // namespace classfile

@@ -14,7 +14,6 @@ public:
     public:
         explicit Ty(uint8_t tag) : tag(tag) {}
         virtual ~Ty();
-        virtual void print(std::ostream& os) const;
         uint8_t tag;
     };
     class TyBogus : public Ty {
@@ -49,7 +48,6 @@ public:
     public:
         TyObject(uint16_t classIndex, const ConstantPool& pool)
             : Ty(7), class_index(classIndex), pool(&pool) {}
-        void print(std::ostream& os) const override;
         uint16_t class_index;
         /// Not owned.
         const ConstantPool* pool;
@@ -57,13 +55,11 @@ public:
     class TyNewObject : public Ty {
     public:
         explicit TyNewObject(uint16_t offset) : Ty(8), offset(offset) {}
-        void print(std::ostream& os) const override;
         /// Code offset of the creating instruction.
         uint16_t offset;
     };
 
     StackMapEntry(ByteStream& in, const ConstantPool& pool);
-    void print(std::ostream& os) const;
 
     uint16_t offset;
     uint16_t number_of_locals;
@@ -75,8 +71,7 @@ public:
 /// A StackMap attribute. Reading one adds a "StackMap" entry to the pool that nothing refers to.
 class AttributeStackMap : public Attribute {
 public:
-    AttributeStackMap(ByteStream& in, ConstantPool& pool, uint16_t index, uint32_t length);
-    void print(std::ostream& os) const override;
+    AttributeStackMap(ByteStream& in, ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t number_of_entries;
     ArenaList<StackMapEntry> entries;

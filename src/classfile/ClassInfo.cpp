@@ -2,7 +2,6 @@
 
 #include <iostream>
 
-#include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ReadError.h"
 
@@ -14,13 +13,6 @@ constexpr uint32_t MAGIC = 0xCAFEBABE;
 // A field or method record without attributes: four u2.
 constexpr size_t MEMBER_BYTES = 8;
 constexpr size_t ATTRIBUTE_HEADER_BYTES = 6;
-
-void printEntry(std::ostream& os, const ConstantPoolEntry* entry) {
-    if (entry)
-        entry->print(os);
-    else
-        os << "(none)";
-}
 
 } // namespace
 
@@ -129,63 +121,6 @@ void ClassInfo::checkPool() const {
     for (uint32_t i = 1; i < constant_pool_count; ++i)
         if (const ConstantPoolEntry* entry = constant_pool->get(i))
             entry->check();
-}
-
-void ClassInfo::print(std::ostream& os) const {
-    os << "ClassFile {\n  ";
-    if (headerRead)
-        os << "magic=" << std::hex << magic << std::dec << "\n"
-           << "minor_version: " << minor_version << "\n"
-           << "major_version: " << major_version << "\n"
-           << "constant_pool_count= " << constant_pool_count << "\n"
-           << "constant_pool={\n";
-    if (poolRead) {
-        constant_pool->print(os);
-        os << "  };\n";
-    }
-    if (interfacesCountRead) {
-        os << "access_flags=" << accessFlagWords(access_flags) << ";\n  this_class=";
-        printEntry(os, this_class);
-        os << ";\n  super_class=";
-        printEntry(os, super_class);
-        os << ";\n  interfaces_count=" << interfaces_count << ";\n  ";
-    }
-    if (fieldsCountRead) {
-        os << "interfaces={\n";
-        for (size_t i = 0; i < interfaces.size(); ++i) {
-            os << "    [" << i << "]=";
-            printEntry(os, interfaces[i]);
-            os << ";\n  ";
-        }
-        os << "  };\n  fields_count=" << fields_count << ";\n  ";
-    }
-    if (methodsCountRead) {
-        os << "fields={\n";
-        for (const auto& field : fields) {
-            os << "    [" << field->index << "]=";
-            field->print(os);
-            os << ";\n  ";
-        }
-        os << "  };\n  methods_count=" << methods_count << ";\n  ";
-    }
-    if (attributesCountRead) {
-        os << "methods={\n";
-        for (const auto& method : methods) {
-            os << "    [" << method->index << "]=";
-            method->print(os);
-            os << ";\n";
-        }
-        os << "  };\n  attributes_count=" << attributes_count << ";\n  ";
-    }
-    if (allRead) {
-        os << "attributes={";
-        for (const auto& attribute : attributes) {
-            os << "\n        [" << attribute->index << "]={";
-            attribute->print(os);
-            os << "};";
-        }
-        os << "\n  };\n};";
-    }
 }
 
 } // namespace classfile

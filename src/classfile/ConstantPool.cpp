@@ -224,19 +224,6 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     return newIndex;
 }
 
-void ConstantPool::print(std::ostream& os) const {
-    for (uint32_t i = 1; i < size();) {
-        const ConstantPoolEntry* entry = entries[i].get();
-        os << "    [" << i << "]=";
-        if (entry)
-            entry->print(os);
-        else
-            os << "(empty)";
-        os << ";\n";
-        i += entry && entry->isWide() ? 2 : 1;
-    }
-}
-
 std::string ConstantPool::parseFieldType(const std::string& descriptor,
                                          std::vector<std::string>& names) {
     // Array dimensions are counted rather than recursed into, so a long run of "[" cannot exhaust

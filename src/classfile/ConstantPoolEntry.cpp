@@ -143,10 +143,6 @@ CPEUtf8::CPEUtf8(std::string v) : ConstantPoolEntry(TAG) {
     value = ownCopy(mOwnText, v);
 }
 
-void CPEUtf8::print(std::ostream& os) const {
-    os << "{tag=Utf8; value=\"" << value << "\"}";
-}
-
 bool CPEUtf8::equals(const ConstantPoolEntry& other) const {
     return other.tag() == TAG && static_cast<const CPEUtf8&>(other).value == value;
 }
@@ -155,10 +151,6 @@ CPEUnicode::CPEUnicode(std::vector<uint8_t> b) : ConstantPoolEntry(TAG) {
     value = ownCopy(mOwnText,
                     std::string_view(reinterpret_cast<const char*>(b.data()), b.size()));
     bytes = Bytes(value);
-}
-
-void CPEUnicode::print(std::ostream& os) const {
-    os << value << "[Unicode]";
 }
 
 bool CPEUnicode::equals(const ConstantPoolEntry& other) const {
@@ -171,10 +163,6 @@ CPEInteger::CPEInteger(int32_t v) : ConstantPoolEntry(TAG), value(v) {}
 
 std::string CPEInteger::getValue() const {
     return std::to_string(value);
-}
-
-void CPEInteger::print(std::ostream& os) const {
-    os << "{tag=Integer; value=" << value << "}";
 }
 
 std::string CPEInteger::toLiteral() const {
@@ -191,10 +179,6 @@ std::string CPEFloat::getValue() const {
     return floatingText(value);
 }
 
-void CPEFloat::print(std::ostream& os) const {
-    os << "{tag=Float; value=" << value << "}";
-}
-
 std::string CPEFloat::toLiteral() const {
     return "Float " + getValue();
 }
@@ -209,10 +193,6 @@ std::string CPELong::getValue() const {
     return std::to_string(value);
 }
 
-void CPELong::print(std::ostream& os) const {
-    os << "{tag=Long; value=" << value << "}";
-}
-
 std::string CPELong::toLiteral() const {
     return "Long " + getValue();
 }
@@ -225,10 +205,6 @@ CPEDouble::CPEDouble(double v) : ConstantPoolEntry(TAG), value(v) {}
 
 std::string CPEDouble::getValue() const {
     return floatingText(value);
-}
-
-void CPEDouble::print(std::ostream& os) const {
-    os << "{tag=Double; value=" << value << "}";
 }
 
 std::string CPEDouble::toLiteral() const {
@@ -254,13 +230,6 @@ void CPEClass::check() const {
     }
 }
 
-void CPEClass::print(std::ostream& os) const {
-    os << "{tag=Class; name_index=" << name_index;
-    if (name_index != 0)
-        os << " [" << owningPool().displayValue(name_index) << "]";
-    os << "}";
-}
-
 std::string CPEClass::toLiteral() const {
     bool isInterface = false;
     if (pool && pool->owner)
@@ -280,11 +249,6 @@ CPEString::CPEString(uint16_t stringIndex) : ConstantPoolEntry(TAG), string_inde
 
 std::string CPEString::getValue() const {
     return owningPool().valueAt(string_index, "the string value");
-}
-
-void CPEString::print(std::ostream& os) const {
-    os << "{tag=String; string_index=" << string_index << " ["
-       << owningPool().displayValue(string_index) << "]}";
 }
 
 std::string CPEString::toLiteral() const {
@@ -322,11 +286,6 @@ std::string CPERef::getValue() const {
     return cls.getValue() + "." + nat.getValue();
 }
 
-void CPERef::print(std::ostream& os) const {
-    os << "{tag=" << printName() << "; classIndex=" << classIndex << "; "
-       << "nameAndTypeIndex=" << nameAndTypeIndex << "}";
-}
-
 bool CPERef::equals(const ConstantPoolEntry& other) const {
     return refuseEquality(other);
 }
@@ -360,11 +319,6 @@ std::string CPENameAndType::descriptor() const {
 
 std::string CPENameAndType::getValue() const {
     return name() + descriptor();
-}
-
-void CPENameAndType::print(std::ostream& os) const {
-    os << "{tag=NameAndType; name_index=" << name_index << "; descriptor_index=" << descriptor_index
-       << "}";
 }
 
 std::string CPENameAndType::toLiteral() const {

@@ -50,6 +50,8 @@ public:
     virtual bool equals(const ConstantPoolEntry& other) const;
 
     ConstantTag tag() const { return mTag; }
+    /// The pool this entry lives in; fails for an entry that was never placed in one.
+    const ConstantPool& owningPool() const;
     /// Long and double entries take two pool slots.
     bool isWide() const { return mTag == ConstantTag::Long || mTag == ConstantTag::Double; }
     /// "Utf8", "Class", ... for messages.
@@ -61,8 +63,6 @@ public:
 
 protected:
     explicit ConstantPoolEntry(ConstantTag tag) : mTag(tag) {}
-    /// The pool this entry lives in; fails for an entry that was never placed in one.
-    const ConstantPool& owningPool() const;
     /// Writes the warning of the reference kinds, which never compare equal.
     bool refuseEquality(const ConstantPoolEntry& other) const;
 
@@ -209,16 +209,12 @@ public:
 
 protected:
     CPERef(ConstantTag tag, uint16_t classIndex, uint16_t nameAndTypeIndex);
-    virtual const char* printName() const = 0;
 };
 
 class CPEFieldRef : public CPERef {
 public:
     static constexpr ConstantTag TAG = ConstantTag::FieldRef;
     CPEFieldRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
-
-protected:
-    const char* printName() const override { return "Field"; }
 };
 
 class CPEMethodRef : public CPERef {
@@ -226,18 +222,12 @@ public:
     static constexpr ConstantTag TAG = ConstantTag::MethodRef;
     CPEMethodRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
     std::string toLiteral() const override;
-
-protected:
-    const char* printName() const override { return "Method"; }
 };
 
 class CPEInterfaceMethodRef : public CPERef {
 public:
     static constexpr ConstantTag TAG = ConstantTag::InterfaceMethodRef;
     CPEInterfaceMethodRef(uint16_t classIndex, uint16_t nameAndTypeIndex);
-
-protected:
-    const char* printName() const override { return "InterfaceMethodRef"; }
 };
 
 class CPENameAndType : public ConstantPoolEntry {

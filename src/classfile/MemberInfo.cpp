@@ -1,6 +1,5 @@
 #include "classfile/MemberInfo.h"
 
-#include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
@@ -37,21 +36,6 @@ std::string MemberInfo::descriptor() const {
     return owner->constant_pool->valueAt(descriptor_index, "a member descriptor");
 }
 
-void MemberInfo::printMember(std::ostream& os, const char* closing) const {
-    const ConstantPool& pool = *owner->constant_pool;
-    os << "{\n      access_flags=" << accessFlagWords(access_flags)
-       << ";\n      name_index=" << name_index << " [" << pool.displayValue(name_index) << "]"
-       << ";\n      descriptor_index=" << descriptor_index << " ["
-       << pool.displayValue(descriptor_index) << "]"
-       << ";\n      attributes_count=" << attributes_count << ";\n      attributes={";
-    for (const auto& attribute : attributes) {
-        os << "\n        [" << attribute->index << "]={";
-        attribute->print(os);
-        os << "};";
-    }
-    os << closing;
-}
-
 FieldInfo::FieldInfo(ByteStream& in, uint16_t index_, ClassInfo& owner_)
     : MemberInfo(index_, owner_) {
     read(in);
@@ -63,17 +47,9 @@ void FieldInfo::onAttribute(const Attribute& attribute) {
     MemberInfo::onAttribute(attribute);
 }
 
-void FieldInfo::print(std::ostream& os) const {
-    printMember(os, "\n      }\n    }");
-}
-
 MethodInfo::MethodInfo(ByteStream& in, uint16_t index_, ClassInfo& owner_)
     : MemberInfo(index_, owner_) {
     read(in);
-}
-
-void MethodInfo::print(std::ostream& os) const {
-    printMember(os, "\n      };\n    }");
 }
 
 } // namespace classfile

@@ -41,8 +41,6 @@ protected:
     /// Reads the record; onAttribute sees each attribute as it arrives.
     void read(ByteStream& in);
     virtual void onAttribute(const Attribute& attribute);
-    /// The text dump; only the closing differs between fields and methods.
-    void printMember(std::ostream& os, const char* closing) const;
 };
 
 class FieldInfo : public MemberInfo {

@@ -11,15 +11,14 @@ namespace classfile {
 
 class AttributeConstantValue : public Attribute {
 public:
-    AttributeConstantValue(ByteStream& in, const ConstantPool& pool, uint16_t index);
-    void print(std::ostream& os) const override;
+    AttributeConstantValue(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t constant_value_index;
 };
 
 class AttributeExceptions : public Attribute {
 public:
-    AttributeExceptions(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
+    AttributeExceptions(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t number_of_exceptions;
     ArenaList<uint16_t> exception_index_table;
@@ -28,13 +27,12 @@ public:
 /// Marks its field, method or class as synthetic; no payload.
 class AttributeSynthetic : public Attribute {
 public:
-    AttributeSynthetic(const ConstantPool& pool, uint16_t index);
+    AttributeSynthetic(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 };
 
 class AttributeSourceFile : public Attribute {
 public:
-    AttributeSourceFile(ByteStream& in, const ConstantPool& pool, uint16_t index);
-    void print(std::ostream& os) const override;
+    AttributeSourceFile(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t source_file_index;
 };
@@ -42,14 +40,14 @@ public:
 /// Marks its field, method or class as deprecated; no payload.
 class AttributeDeprecated : public Attribute {
 public:
-    AttributeDeprecated(const ConstantPool& pool, uint16_t index);
+    AttributeDeprecated(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 };
 
 /// An attribute whose name is not recognised: its bytes, kept as they are.
 class AttributeUnknown : public Attribute {
 public:
     /// The length is taken as signed: 0 or a negative length reads nothing.
-    AttributeUnknown(ByteStream& in, const ConstantPool& pool, uint16_t index, uint32_t length);
+    AttributeUnknown(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 
     /// Views the input.
     Bytes info;

@@ -1,14 +1,14 @@
 #include "classfile/TableAttributes.h"
 
-#include "classfile/AccessFlags.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPool.h"
 
 namespace classfile {
 
 AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool& pool,
-                                             uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::InnerClasses, pool, index, length), number_of_classes(in.readU2()) {
+                                             const AttributeHeader& header)
+    : Attribute(AttributeKind::InnerClasses, pool, header.index, header.length),
+      number_of_classes(in.readU2()) {
     reserveForCount(classes, pool.arena(), number_of_classes, in.remaining(), 8);
     for (uint16_t i = 0; i < number_of_classes; ++i) {
         InnerClassInfo row{i, &pool, 0, 0, 0, 0};
@@ -20,22 +20,9 @@ AttributeInnerClasses::AttributeInnerClasses(ByteStream& in, const ConstantPool&
     }
 }
 
-void AttributeInnerClasses::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; number_of_classes=" << number_of_classes << ";\n          classes={";
-    for (const auto& row : classes)
-        os << "\n            [" << row.position << "]="
-           << "\n              inner_class_info_index=" << row.inner_class_info_index << ";\n"
-           << "              outer_class_info_index=" << row.outer_class_info_index << ";\n"
-           << "              inner_name_index=" << row.inner_name_index << ";\n"
-           << "              inner_class_access_flags="
-           << accessFlagWords(row.inner_class_access_flags) << ";\n";
-    os << "\n          }";
-}
-
 AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
-                                                   uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::LineNumberTable, pool, index, length),
+                                                   const AttributeHeader& header)
+    : Attribute(AttributeKind::LineNumberTable, pool, header.index, header.length),
       line_number_table_length(in.readU2()) {
     reserveForCount(line_number_table, pool.arena(), line_number_table_length, in.remaining(), 4);
     for (uint16_t i = 0; i < line_number_table_length; ++i) {
@@ -44,19 +31,9 @@ AttributeLineNumberTable::AttributeLineNumberTable(ByteStream& in, const Constan
     }
 }
 
-void AttributeLineNumberTable::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; line_number_table_length=" << line_number_table_length
-       << ";\n          line_number_table={";
-    for (const auto& row : line_number_table)
-        os << "\n            [" << row.position << "]="
-           << "{start_pc=" << row.start_pc << "; line_number=" << row.line_number << "}";
-    os << "\n          }";
-}
-
 AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
-                                                         uint16_t index, uint32_t length)
-    : Attribute(AttributeKind::LocalVariableTable, pool, index, length),
+                                                         const AttributeHeader& header)
+    : Attribute(AttributeKind::LocalVariableTable, pool, header.index, header.length),
       local_variable_table_length(in.readU2()) {
     reserveForCount(local_variable_table, pool.arena(), local_variable_table_length, in.remaining(), 10);
     for (uint16_t i = 0; i < local_variable_table_length; ++i) {
@@ -68,20 +45,6 @@ AttributeLocalVariableTable::AttributeLocalVariableTable(ByteStream& in, const C
         row.index = in.readU2();
         local_variable_table.emplace_back(row);
     }
-}
-
-void AttributeLocalVariableTable::print(std::ostream& os) const {
-    Attribute::print(os);
-    os << "; localVariableTableLength=" << local_variable_table_length << "; localVariableTable={";
-    for (const auto& row : local_variable_table)
-        os << "\n          [" << row.position << "]={\n"
-           << "            start_pc=" << row.start_pc << ";\n"
-           << "            length=" << row.length << ";\n"
-           << "            name_index=" << row.name_index << ";\n"
-           << "            descriptor_index=" << row.descriptor_index << ";\n"
-           << "            index=" << row.index << ";\n"
-           << "          };";
-    os << "\n      }\n    }";
 }
 
 } // namespace classfile

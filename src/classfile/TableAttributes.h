@@ -20,9 +20,7 @@ struct InnerClassInfo {
 
 class AttributeInnerClasses : public Attribute {
 public:
-    AttributeInnerClasses(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                          uint32_t length);
-    void print(std::ostream& os) const override;
+    AttributeInnerClasses(ByteStream& in, const ConstantPool& pool, const AttributeHeader& header);
 
     uint16_t number_of_classes;
     ArenaList<InnerClassInfo> classes;
@@ -36,9 +34,8 @@ struct LineNumberInfo {
 
 class AttributeLineNumberTable : public Attribute {
 public:
-    AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                             uint32_t length);
-    void print(std::ostream& os) const override;
+    AttributeLineNumberTable(ByteStream& in, const ConstantPool& pool,
+                             const AttributeHeader& header);
 
     uint16_t line_number_table_length;
     ArenaList<LineNumberInfo> line_number_table;
@@ -56,9 +53,8 @@ struct LocalVariableInfo {
 
 class AttributeLocalVariableTable : public Attribute {
 public:
-    AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool, uint16_t index,
-                                uint32_t length);
-    void print(std::ostream& os) const override;
+    AttributeLocalVariableTable(ByteStream& in, const ConstantPool& pool,
+                                const AttributeHeader& header);
 
     uint16_t local_variable_table_length;
     ArenaList<LocalVariableInfo> local_variable_table;

@@ -1,6 +1,8 @@
 // Attributes and annotations: what the rich class's golden dump does not show, and the limits.
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "ClassFileTestSupport.h"
 #include "classfile/AnnotationAttributes.h"
 #include "classfile/AnnotationInfo.h"
@@ -28,6 +30,50 @@ template <typename T> const T& attributeAt(const ClassInfo& info, size_t i) {
     if (!attribute)
         throw std::logic_error("attribute of another kind");
     return *attribute;
+}
+
+// The attribute names of the format that the reader knows, each as a kind of its own.
+const char* const KNOWN_NAMES[] = {
+    "Code",
+    "ConstantValue",
+    "Exceptions",
+    "InnerClasses",
+    "Synthetic",
+    "SourceFile",
+    "LineNumberTable",
+    "LocalVariableTable",
+    "Deprecated",
+    "StackMap",
+    "RuntimeVisibleAnnotations",
+    "RuntimeInvisibleAnnotations",
+    "RuntimeVisibleParameterAnnotations",
+    "RuntimeInvisibleParameterAnnotations",
+};
+
+TEST(AttributeTest, EveryKnownNameRoundTripsThroughItsKind) {
+    std::set<AttributeKind> kinds;
+    for (const char* name : KNOWN_NAMES) {
+        SCOPED_TRACE(name);
+        const AttributeKind kind = attributeKindNamed(name);
+        EXPECT_NE(AttributeKind::Unknown, kind);
+        EXPECT_TRUE(kinds.insert(kind).second);
+        EXPECT_EQ(name, attributeKindName(kind));
+        // Zeros are a complete payload for every kind (all its counts 0); as the last class
+        // attribute, whatever a kind leaves unread is ignored.
+        cw::ClassWriter w = minimalClass();
+        w.attributes = {cw::rawAttribute(w.pool.utf8(name), std::vector<uint8_t>(16, 0))};
+        CerrCapture err;
+        auto info = readClass(w.bytes());
+        const Attribute& made = *info->attributes.at(0);
+        EXPECT_EQ(kind, made.kind());
+        EXPECT_EQ(name, made.name);
+        // The dump picks the kind's own text form by the kind.
+        EXPECT_EQ(0u, textOf(made).rfind("name=" + std::string(name) + "; attribute_length=", 0));
+    }
+    EXPECT_EQ(static_cast<size_t>(AttributeKind::Unknown), kinds.size());
+    EXPECT_EQ(AttributeKind::Unknown, attributeKindNamed("Signature"));
+    EXPECT_EQ(AttributeKind::Unknown, attributeKindNamed("code"));
+    EXPECT_EQ("", attributeKindName(AttributeKind::Unknown));
 }
 
 TEST(AttributeTest, KnownKindsIgnoreTheDeclaredLength) {
