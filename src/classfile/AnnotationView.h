@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <ostream>
 
+#include "classfile/ByteCursor.h"
+
 namespace classfile {
 
 class ByteStream;
@@ -17,11 +19,6 @@ class AnnotationView;
 
 /// Nesting of annotations and arrays beyond this many levels is refused.
 constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
-
-/// The big-endian u2 at p.
-inline uint16_t loadU2(const uint8_t* p) {
-    return static_cast<uint16_t>(p[0] << 8 | p[1]);
-}
 
 /// One element value; named when it is a member of an annotation's pairs.
 class ElementValueView {

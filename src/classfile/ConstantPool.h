@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "classfile/Arena.h"
+#include "classfile/ByteCursor.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPoolEntry.h"
 
@@ -94,6 +95,10 @@ public:
             growAttributeKinds(index);
         return mAttributeKinds[index];
     }
+
+    /// Steps over the payload of one entry of tag (its tag byte already read) exactly as the
+    /// constructor reads it, building nothing; false when the bytes end first.
+    static bool skipEntry(ByteCursor& in, ConstantTag tag);
 
     /// The pool listing.
     void print(std::ostream& os) const;

@@ -248,7 +248,7 @@ std::string CPEClass::getValue() const {
 }
 
 void CPEClass::check() const {
-    if (name_index >= owningPool().size()) {
+    if (!passesCheck(name_index, owningPool().size())) {
         std::cerr << "nameIndex not in pool" << std::endl;
         endProcessAfterFailedCheck();
     }

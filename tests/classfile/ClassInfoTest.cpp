@@ -157,11 +157,37 @@ TEST(ClassInfoTest, EmptyAndRichClassesPrintTheirGoldenTexts) {
     EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
 }
 
-TEST(ClassInfoTest, ClassEntryNamingOutsideThePoolEndsTheProcess) {
-    classwriter::ClassWriter w = minimalClass();
-    w.pool.classEntry(40);
-    const std::vector<uint8_t> bytes = w.bytes();
-    EXPECT_EXIT(readClass(bytes), ::testing::ExitedWithCode(1), "nameIndex not in pool");
+// kov check decodes a file in a helper process when the prediction says yes: a miss ends the whole
+// run, a false alarm only costs a process. Entries of every width come before the class entry.
+TEST(CheckPassTest, PredictionMatchesTheReaderOnEitherSideOfThePoolCount) {
+    const auto withClassNaming = [](uint16_t pastLastIndex) {
+        classwriter::ClassWriter w = minimalClass();
+        w.pool.unicode({'u'});
+        w.pool.longValue(1);
+        w.pool.stringOf("s");
+        const uint16_t last = w.pool.count();
+        w.pool.classEntry(static_cast<uint16_t>(last + pastLastIndex));
+        return w.bytes();
+    };
+    const auto predicts = [](const std::vector<uint8_t>& bytes) {
+        return ClassInfo::mayEndProcessInCheckPass(
+            Bytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
+    };
+
+    const std::vector<uint8_t> countItself = withClassNaming(1);
+    EXPECT_TRUE(predicts(countItself));
+    EXPECT_EXIT(readClass(countItself), ::testing::ExitedWithCode(1), "nameIndex not in pool");
+
+    const std::vector<uint8_t> lastIndex = withClassNaming(0);
+    EXPECT_FALSE(predicts(lastIndex));
+    EXPECT_TRUE(readClass(lastIndex)->allRead);
+
+    // Files the reader refuses before the check pass are let through, however they end.
+    std::vector<uint8_t> unknownTag = countItself;
+    unknownTag[10] = 13;
+    EXPECT_FALSE(predicts(unknownTag));
+    const std::vector<uint8_t> cut(countItself.begin(), countItself.end() - 15);
+    EXPECT_FALSE(predicts(cut));
 }
 
 TEST(TruncationTest, EveryCutOfARichFileFailsCleanly) {

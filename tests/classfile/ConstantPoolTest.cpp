@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 
 #include "ClassFileTestSupport.h"
@@ -43,6 +44,45 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
         EXPECT_EQ(value, pool->get(index)->getValue()) << index;
     }
     EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
+}
+
+// ClassInfo::mayEndProcessInCheckPass walks the pool with skipEntry: one byte off for any kind and
+// it misreads every entry after it.
+TEST(ConstantPoolTest, SkippingAnEntryStepsOverExactlyWhatTheReaderReads) {
+    using Builder = classwriter::ConstantPoolBuilder;
+    const std::function<void(Builder&)> kinds[] = {
+        [](Builder& b) { b.utf8("Foo"); },
+        [](Builder& b) { b.unicode({'a', 'b', 'c'}); },
+        [](Builder& b) { b.integer(-7); },
+        [](Builder& b) { b.floating(0.1f); },
+        [](Builder& b) { b.longValue(1); },
+        [](Builder& b) { b.doubleValue(2.5); },
+        [](Builder& b) { b.classEntry(1); },
+        [](Builder& b) { b.string(1); },
+        [](Builder& b) { b.fieldref(1, 1); },
+        [](Builder& b) { b.methodref(1, 1); },
+        [](Builder& b) { b.interfaceMethodref(1, 1); },
+        [](Builder& b) { b.nameAndType(1, 1); },
+    };
+    for (const auto& addEntry : kinds) {
+        Builder b;
+        addEntry(b);
+        const std::vector<uint8_t>& bytes = b.bytes();
+        std::istringstream in(std::string(bytes.begin(), bytes.end()));
+        ByteStream stream(in);
+        ConstantPool pool(nullptr, stream, b.count());
+        const auto tag = static_cast<ConstantTag>(bytes[0]);
+
+        ByteCursor whole(bytes.data(), bytes.size());
+        whole.u1();
+        EXPECT_TRUE(ConstantPool::skipEntry(whole, tag)) << ConstantPoolEntry::tagName(tag);
+        EXPECT_EQ(stream.offset(), whole.pos()) << ConstantPoolEntry::tagName(tag);
+        EXPECT_EQ(b.count(), 1 + slotsOf(tag)) << ConstantPoolEntry::tagName(tag);
+
+        ByteCursor cut(bytes.data(), bytes.size() - 1);
+        cut.u1();
+        EXPECT_FALSE(ConstantPool::skipEntry(cut, tag)) << ConstantPoolEntry::tagName(tag);
+    }
 }
 
 TEST(ConstantPoolTest, CountBelowTwoReadsNothingAndWideEntryMayEndThePool) {
