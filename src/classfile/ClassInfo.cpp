@@ -41,10 +41,9 @@ ClassInfo::~ClassInfo() = default;
 void ClassInfo::readHeader(ByteStream& in) {
     ByteStream::Section section(in, "the class file header");
     magic = in.readU4();
-    if (magic != MAGIC) {
-        std::cerr << "invalid magic: 0x" << std::hex << magic << std::dec << std::endl;
-        failRead(formatText("TKB file contains invalid magic word '0x%08x'", magic));
-    }
+    if (magic != MAGIC)
+        failRead(formatText("invalid magic: 0x%x", magic),
+                 formatText("TKB file contains invalid magic word '0x%08x'", magic));
     minor_version = in.readU2();
     major_version = in.readU2();
     const auto major = static_cast<int16_t>(major_version);

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
+#include "classfile/Diagnostics.h"
 #include "classfile/ReadError.h"
 #include "util/RuntimeErrorST.h"
 
@@ -144,7 +144,8 @@ ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count)
         section.setNumber(i);
         const uint8_t tag = in.readU1();
         if (!isKnownTag(tag)) {
-            std::cerr << "Unknown tag @ " << i << ":" << static_cast<int>(tag) << ":" << std::endl;
+            diagnostics().write("Unknown tag @ " + std::to_string(i) + ":" + std::to_string(tag) +
+                                ":\n");
             throw util::RuntimeErrorST("Unknown tag");
         }
         auto entry = readEntry(in, static_cast<ConstantTag>(tag), mArena);
@@ -236,8 +237,7 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     const size_t lines = size() > 1 ? size() - 1 : 0;
     while (warnings.size() < lines * warning.size())
         warnings += warning;
-    std::cerr.write(warnings.data(), static_cast<std::streamsize>(lines * warning.size()));
-    std::cerr.flush();
+    diagnostics().write(std::string_view(warnings).substr(0, lines * warning.size()));
     entries.resize(newSize);
     entry->index = newIndex;
     entries[newIndex] = ArenaPtr<ConstantPoolEntry>(entry.get());

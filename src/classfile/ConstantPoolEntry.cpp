@@ -2,14 +2,13 @@
 
 #include <cmath>
 #include <cstring>
-#include <iostream>
 #include <typeinfo>
 
 #include <boost/lexical_cast.hpp>
 
-#include "classfile/CheckFailure.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
+#include "classfile/Diagnostics.h"
 #include "classfile/ReadError.h"
 
 namespace classfile {
@@ -114,7 +113,7 @@ bool ConstantPoolEntry::refuseEquality(const ConstantPoolEntry& other) const {
     const bool ownKind = typeid(other) == typeid(*this) ||
                          (dynamic_cast<const CPERef*>(this) && dynamic_cast<const CPERef*>(&other));
     if (ownKind)
-        std::cerr << "operator== not implemented! always return false" << std::endl;
+        diagnostics().write("operator== not implemented! always return false\n");
     return false;
 }
 
@@ -249,8 +248,8 @@ std::string CPEClass::getValue() const {
 
 void CPEClass::check() const {
     if (!passesCheck(name_index, owningPool().size())) {
-        std::cerr << "nameIndex not in pool" << std::endl;
-        endProcessAfterFailedCheck();
+        diagnostics().write("nameIndex not in pool\n");
+        diagnostics().endProcess();
     }
 }
 

@@ -7,7 +7,7 @@
 #include "util/RuntimeErrorST.h"
 
 using namespace classfile;
-using classfiletest::CerrCapture;
+using classfiletest::DiagnosticsCapture;
 using classfiletest::errorOf;
 using classfiletest::readPool;
 using classfiletest::textOf;
@@ -110,7 +110,7 @@ TEST(ConstantPoolTest, UnknownTagIsReportedWithItsIndex) {
         b.utf8("a");
         b.longValue(1);
         b.raw(tag, {});
-        CerrCapture err;
+        DiagnosticsCapture err;
         EXPECT_EQ("Unknown tag", errorOf<util::RuntimeErrorST>([&] { readPool(b); }));
         EXPECT_EQ("Unknown tag @ 4:" + std::to_string(tag) + ":\n", err.text());
     }
@@ -125,7 +125,7 @@ TEST(ConstantPoolTest, MemberReferencesCheckTheKindsTheyName) {
     b.fieldref(2, 2);    // 5: name-and-type index names a class
     b.methodref(2, 99);  // 6: outside the pool
     auto pool = readPool(b);
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB error:  pool[1] != CPEClass",
               errorOf([&] { pool->get(4)->getValue(); }));
     EXPECT_EQ("Reading TKB error:  pool[2] !=  CPENameAndType",
@@ -146,7 +146,7 @@ TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {
     b.classEntry(7); // 6 <-> 7 refer to each other
     b.string(6);     // 7
     auto pool = readPool(b);
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_NE(std::string::npos,
               errorOf([&] { pool->get(1)->getValue(); }).find("nest too deeply"));
     EXPECT_EQ("Reading TKB failed: constant pool index 40 for the string value is outside the pool "
@@ -174,7 +174,7 @@ TEST(ConstantPoolTest, OnlyUtf8AndValueEntriesCompareEqualAndAddNeverReuses) {
     b.integer(4);      // 8
     auto pool = readPool(b);
     const std::string warning = "operator== not implemented! always return false\n";
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_TRUE(*pool->get(1) == *pool->get(2));
     EXPECT_TRUE(*pool->get(7) == *pool->get(8));
     EXPECT_FALSE(*pool->get(3) == *pool->get(1));
@@ -204,7 +204,7 @@ TEST(ConstantPoolTest, ParsesFieldTypeDescriptors) {
                                         "[[java.lang.Object", "[I", "boolean"}),
               names);
 
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB failed: Unknown field type: X;",
               errorOf([&] { ConstantPool::parseFieldType("[X;", names); }));
     EXPECT_EQ("unknown field type:X\n", err.text());
