@@ -172,15 +172,6 @@ const ConstantPoolEntry& ConstantPool::at(uint32_t index, const char* what) cons
     return *entries[index];
 }
 
-void ConstantPool::failWrongKind(uint32_t index, const char* what, ConstantTag found,
-                                 ConstantTag wanted) {
-    failRead(
-        formatText("pool entry of the wrong kind: %d (%s)", index, what),
-        formatText("Reading TKB failed: constant pool index %d for %s names a %s entry, not %s",
-                   index, what, ConstantPoolEntry::tagName(found),
-                   ConstantPoolEntry::tagName(wanted)));
-}
-
 std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
     const ConstantPoolEntry& entry = at(index, what);
     ResolveDepthGuard guard(index);

@@ -84,24 +84,6 @@ bool ConstantPoolEntry::equals(const ConstantPoolEntry&) const {
     return false;
 }
 
-const char* ConstantPoolEntry::tagName(ConstantTag tag) {
-    switch (tag) {
-    case ConstantTag::Utf8: return "Utf8";
-    case ConstantTag::Unicode: return "Unicode";
-    case ConstantTag::Integer: return "Integer";
-    case ConstantTag::Float: return "Float";
-    case ConstantTag::Long: return "Long";
-    case ConstantTag::Double: return "Double";
-    case ConstantTag::Class: return "Class";
-    case ConstantTag::String: return "String";
-    case ConstantTag::FieldRef: return "FieldRef";
-    case ConstantTag::MethodRef: return "MethodRef";
-    case ConstantTag::InterfaceMethodRef: return "InterfaceMethodRef";
-    case ConstantTag::NameAndType: return "NameAndType";
-    }
-    return "?";
-}
-
 const ConstantPool& ConstantPoolEntry::owningPool() const {
     if (!pool)
         failRead("constant pool entry outside a pool",

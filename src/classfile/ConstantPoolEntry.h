@@ -63,8 +63,6 @@ public:
     ConstantTag tag() const { return mTag; }
     /// Long and double entries take two pool slots.
     bool isWide() const { return slotsOf(mTag) == 2; }
-    /// "Utf8", "Class", ... for messages.
-    static const char* tagName(ConstantTag tag);
 
     const ConstantPool* pool = nullptr;
     /// Declared after pool so that it shares a word with the tag.

@@ -43,7 +43,7 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
         EXPECT_EQ(index, pool->get(index)->index);
         EXPECT_EQ(value, pool->get(index)->getValue()) << index;
     }
-    EXPECT_EQ(-9000000000LL, pool->atAs<CPELong>(4, "t").value);
+    EXPECT_EQ(-9000000000LL, static_cast<const CPELong*>(pool->get(4))->value);
 }
 
 // ClassInfo::mayEndProcessInCheckPass walks the pool with skipEntry: one byte off for any kind and
@@ -72,16 +72,17 @@ TEST(ConstantPoolTest, SkippingAnEntryStepsOverExactlyWhatTheReaderReads) {
         ByteStream stream(in);
         ConstantPool pool(nullptr, stream, b.count());
         const auto tag = static_cast<ConstantTag>(bytes[0]);
+        SCOPED_TRACE("tag " + std::to_string(bytes[0]));
 
         ByteCursor whole(bytes.data(), bytes.size());
         whole.u1();
-        EXPECT_TRUE(ConstantPool::skipEntry(whole, tag)) << ConstantPoolEntry::tagName(tag);
-        EXPECT_EQ(stream.offset(), whole.pos()) << ConstantPoolEntry::tagName(tag);
-        EXPECT_EQ(b.count(), 1 + slotsOf(tag)) << ConstantPoolEntry::tagName(tag);
+        EXPECT_TRUE(ConstantPool::skipEntry(whole, tag));
+        EXPECT_EQ(stream.offset(), whole.pos());
+        EXPECT_EQ(b.count(), 1 + slotsOf(tag));
 
         ByteCursor cut(bytes.data(), bytes.size() - 1);
         cut.u1();
-        EXPECT_FALSE(ConstantPool::skipEntry(cut, tag)) << ConstantPoolEntry::tagName(tag);
+        EXPECT_FALSE(ConstantPool::skipEntry(cut, tag));
     }
 }
 
@@ -156,8 +157,6 @@ TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {
               errorOf([&] { pool->get(5)->getValue(); }));
     EXPECT_NE(std::string::npos,
               errorOf([&] { pool->get(7)->getValue(); }).find("nest too deeply"));
-    EXPECT_EQ("Reading TKB failed: constant pool index 3 for x names a Long entry, not Utf8",
-              errorOf([&] { pool->atAs<CPEUtf8>(3, "x"); }));
     // Diagnostic texts show a marker instead of failing.
     EXPECT_EQ("{tag=String; string_index=40 [<index 40 outside the pool>]}", textOf(*pool->get(2)));
 }
