@@ -1,38 +1,14 @@
 #include "StructureWalk.h"
 
+#include "classfile/ByteCursor.h"
+
 namespace kovbench {
 
 namespace {
 
-class Cursor {
-public:
-    Cursor(const uint8_t* data, size_t size) : mPos(data), mEnd(data + size) {}
-    bool ok() const { return mOk; }
-    uint32_t u1() { return take(1) ? mPos[-1] : 0; }
-    uint32_t u2() { return take(2) ? uint32_t{mPos[-2]} << 8 | mPos[-1] : 0; }
-    uint32_t u4() {
-        return take(4) ? uint32_t{mPos[-4]} << 24 | uint32_t{mPos[-3]} << 16 |
-                             uint32_t{mPos[-2]} << 8 | mPos[-1]
-                       : 0;
-    }
-    bool skip(size_t n) { return take(n); }
+using classfile::ByteCursor;
 
-private:
-    bool take(size_t n) {
-        if (static_cast<size_t>(mEnd - mPos) < n) {
-            mOk = false;
-            mPos = mEnd;
-            return false;
-        }
-        mPos += n;
-        return true;
-    }
-    const uint8_t* mPos;
-    const uint8_t* mEnd;
-    bool mOk = true;
-};
-
-size_t walkAttributes(Cursor& in) {
+size_t walkAttributes(ByteCursor& in) {
     const uint32_t count = in.u2();
     for (uint32_t i = 0; i < count && in.ok(); ++i) {
         in.u2();
@@ -44,7 +20,7 @@ size_t walkAttributes(Cursor& in) {
 } // namespace
 
 size_t walkClassFile(const uint8_t* data, size_t size) {
-    Cursor in(data, size);
+    ByteCursor in(data, size);
     in.skip(8);
     const uint32_t poolCount = in.u2();
     size_t visited = 0;

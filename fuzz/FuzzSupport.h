@@ -5,24 +5,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <streambuf>
 
 namespace fuzz {
 
-/// What the check pass raises here instead of ending the process (FuzzSupport.cpp holds the fuzz
-/// build's definition of classfile::endProcessAfterFailedCheck). Deliberately not a
-/// std::exception, so that no handler of the library takes it for one of its own errors.
+/// What a failed check pass raises under silenceDiagnostics instead of ending the process.
+/// Deliberately not a std::exception, so that no handler of the library takes it for one of its
+/// own errors.
 struct CheckPassFailed {};
 
-/// A stream buffer that drops everything written to it.
-class NullBuffer : public std::streambuf {
-protected:
-    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
-    std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
-};
-
-/// Drops the reader's diagnostic lines on standard error and the library's log messages: they
-/// cost time and would bury the fuzzer's own output. Cheap after the first call.
+/// Drops the reader's diagnostic lines and the library's log messages, which cost time and would
+/// bury the fuzzer's own output, and makes a failed check pass raise CheckPassFailed: a fuzzing run
+/// must go on. Cheap after the first call.
 void silenceDiagnostics();
 
 /// Runs body and takes the library's exceptions and the check pass failure as normal outcomes.

@@ -52,7 +52,6 @@ int main(int argc, char** argv) {
     for (const fs::path& input : inputsOf(arguments)) {
         std::ifstream file(input, std::ios::binary);
         if (!file) {
-            // Not through std::cerr: the targets turn that off.
             std::fprintf(stderr, "cannot read %s\n", input.string().c_str());
             return 1;
         }

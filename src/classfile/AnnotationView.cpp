@@ -190,12 +190,21 @@ ElementValueView ElementValueView::read(ByteStream& in, bool named, unsigned dep
 
 AnnotationView AnnotationView::read(ByteStream& in, unsigned depth) {
     const uint8_t* start = in.cursor();
-    const size_t end = annotationEndAt(start, 0, in.remaining(), depth);
-    if (end != FAULT)
-        in.skip(end);
+    const size_t size = measure(start, in.remaining(), depth);
+    if (size != NOT_WHOLE)
+        in.skip(size);
     else
-        walkAnnotation(in, depth);
+        walk(in, depth);
     return AnnotationView(start);
+}
+
+size_t AnnotationView::measure(const uint8_t* bytes, size_t size, unsigned depth) {
+    static_assert(NOT_WHOLE == FAULT, "measure passes the offset walks' fault on");
+    return annotationEndAt(bytes, 0, size, depth);
+}
+
+void AnnotationView::walk(ByteStream& in, unsigned depth) {
+    walkAnnotation(in, depth);
 }
 
 } // namespace classfile

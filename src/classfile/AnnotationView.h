@@ -6,7 +6,10 @@
 // attribute is read: that walk raises every error the reading can raise (end of input, nesting too
 // deep), so a view only ever moves over bytes known to hold a complete annotation.
 
+#include <cstddef>
 #include <cstdint>
+
+#include "classfile/ByteCursor.h"
 
 namespace classfile {
 
@@ -16,11 +19,6 @@ class AnnotationView;
 
 /// Nesting of annotations and arrays beyond this many levels is refused.
 constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
-
-/// The big-endian u2 at p.
-inline uint16_t loadU2(const uint8_t* p) {
-    return static_cast<uint16_t>(p[0] << 8 | p[1]);
-}
 
 /// One element value; named when it is a member of an annotation's pairs.
 class ElementValueView {
@@ -120,6 +118,17 @@ public:
     /// ending inside it or nesting deeper than MAX_ANNOTATION_DEPTH raises the reader's errors, and
     /// returns its view. depth counts the enclosing annotations and arrays.
     static AnnotationView read(ByteStream& in, unsigned depth = 0);
+
+    // read runs the first of two walks, and the second only when the first finds a fault; end runs
+    // a third without any tests. They are apart for speed and must agree.
+
+    /// What measure returns for an annotation that does not lie whole in its bytes or nests too
+    /// deep.
+    static constexpr size_t NOT_WHOLE = SIZE_MAX;
+    /// The size of the annotation at the start of the size bytes at bytes, or NOT_WHOLE.
+    static size_t measure(const uint8_t* bytes, size_t size, unsigned depth = 0);
+    /// Moves the stream past one annotation with its own reads, raising the reader's errors.
+    static void walk(ByteStream& in, unsigned depth = 0);
 
     /// A counted run of annotations, as an annotation attribute holds them.
     class Range {

@@ -37,7 +37,6 @@ public:
     }
 
     /// Bytes taken from the heap so far.
-    size_t footprint() const { return mFootprint; }
 
 private:
     void* do_allocate(size_t bytes, size_t alignment) override { return take(bytes, alignment); }

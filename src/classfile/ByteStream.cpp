@@ -137,13 +137,4 @@ void ByteStream::failEndOfInput(uint64_t atOffset) {
     failRead(message, "Reading TKB failed: " + message);
 }
 
-void ByteStream::readBytes(std::vector<uint8_t>& out, uint64_t count) {
-    const std::string_view bytes = readView(count);
-    out.insert(out.end(), bytes.begin(), bytes.end());
-}
-
-std::string ByteStream::readString(uint64_t count) {
-    return std::string(readView(count));
-}
-
 } // namespace classfile

@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace classfile {
 
@@ -62,10 +61,6 @@ public:
         return high << 32 | readU4();
     }
 
-    /// Appends count bytes to out; nothing is allocated unless the input holds them.
-    void readBytes(std::vector<uint8_t>& out, uint64_t count);
-    /// As readBytes, into a string.
-    std::string readString(uint64_t count);
     /// count bytes as a view of the input; it stays valid while input() lives.
     std::string_view readView(uint64_t count) {
         if (static_cast<uint64_t>(mEnd - mPos) < count)

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "classfile/ByteCursor.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ReadError.h"
 
@@ -32,10 +33,9 @@ ClassInfo::~ClassInfo() = default;
 void ClassInfo::readHeader(ByteStream& in) {
     ByteStream::Section section(in, "the class file header");
     magic = in.readU4();
-    if (magic != MAGIC) {
-        std::cerr << "invalid magic: 0x" << std::hex << magic << std::dec << std::endl;
-        failRead(formatText("TKB file contains invalid magic word '0x%08x'", magic));
-    }
+    if (magic != MAGIC)
+        failRead(formatText("invalid magic: 0x%x", magic),
+                 formatText("TKB file contains invalid magic word '0x%08x'", magic));
     minor_version = in.readU2();
     major_version = in.readU2();
     const auto major = static_cast<int16_t>(major_version);
@@ -121,6 +121,32 @@ void ClassInfo::checkPool() const {
     for (uint32_t i = 1; i < constant_pool_count; ++i)
         if (const ConstantPoolEntry* entry = constant_pool->get(i))
             entry->check();
+}
+
+bool ClassInfo::mayEndProcessInCheckPass(Bytes file) {
+    ByteCursor in(file.data(), file.size());
+    // Magic and versions: whatever they hold, the pool comes next or the reader stops first.
+    in.skip(8);
+    const uint16_t count = in.u2();
+    for (uint32_t i = 1; in.ok() && i < count;) {
+        const uint8_t tagByte = in.u1();
+        // A cut pool or an unknown tag fails the read before the check pass.
+        if (!in.ok() || !isKnownTag(tagByte))
+            return false;
+        const auto tag = static_cast<ConstantTag>(tagByte);
+        // Checked against the count as read: StackMap attributes may grow the pool before the
+        // check pass, which can only let more entries pass.
+        if (tag == ConstantTag::Class) {
+            ByteCursor payload = in;
+            const uint16_t nameIndex = payload.u2();
+            if (payload.ok() && !CPEClass::passesCheck(nameIndex, count))
+                return true;
+        }
+        if (!ConstantPool::skipEntry(in, tag))
+            return false;
+        i += slotsOf(tag);
+    }
+    return false;
 }
 
 } // namespace classfile

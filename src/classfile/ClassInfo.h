@@ -8,6 +8,7 @@
 #include "classfile/Arena.h"
 
 #include "classfile/Attribute.h"
+#include "classfile/Bytes.h"
 #include "classfile/ConstantPool.h"
 #include "classfile/MemberInfo.h"
 
@@ -27,6 +28,12 @@ public:
     virtual ~ClassInfo();
     ClassInfo(const ClassInfo&) = delete;
     ClassInfo& operator=(const ClassInfo&) = delete;
+
+    /// Whether reading file might end the process in the check pass: walks the header and the
+    /// pool as the reader does, without building anything, and looks for a class entry that fails
+    /// the check. Errs towards yes: a file it lets through fails before the check pass or passes
+    /// it. Never throws and writes nothing.
+    static bool mayEndProcessInCheckPass(Bytes file);
 
     /// Text dump of the sections read so far.
     void print(std::ostream& os) const;

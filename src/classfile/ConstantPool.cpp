@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 #include "classfile/ByteStream.h"
 #include "classfile/ClassInfo.h"
+#include "classfile/Diagnostics.h"
 #include "classfile/ReadError.h"
 #include "util/RuntimeErrorST.h"
 
@@ -80,6 +80,30 @@ ArenaPtr<ConstantPoolEntry> readEntry(ByteStream& in, ConstantTag tag, Arena& ar
     return nullptr;
 }
 
+} // namespace
+
+// The payload sizes of readEntry: the two texts are a length of 2 or 4 bytes and that many bytes,
+// the others fixed. ConstantPoolTest makes the two agree for every tag.
+bool ConstantPool::skipEntry(ByteCursor& in, ConstantTag tag) {
+    switch (tag) {
+    case ConstantTag::Utf8: return in.skip(in.u2()) && in.ok();
+    case ConstantTag::Unicode: return in.skip(in.u4()) && in.ok();
+    case ConstantTag::Class:
+    case ConstantTag::String: return in.skip(2);
+    case ConstantTag::Integer:
+    case ConstantTag::Float:
+    case ConstantTag::FieldRef:
+    case ConstantTag::MethodRef:
+    case ConstantTag::InterfaceMethodRef:
+    case ConstantTag::NameAndType: return in.skip(4);
+    case ConstantTag::Long:
+    case ConstantTag::Double: return in.skip(8);
+    }
+    return false;
+}
+
+namespace {
+
 // One-letter descriptor code of a primitive type name, or 0.
 char primitiveCode(const std::string& name) {
     static const std::pair<const char*, char> codes[] = {
@@ -119,16 +143,16 @@ ConstantPool::ConstantPool(ClassInfo* owner_, ByteStream& in, uint16_t count)
     while (i < count) {
         section.setNumber(i);
         const uint8_t tag = in.readU1();
-        if (tag == 0 || tag > static_cast<uint8_t>(ConstantTag::NameAndType)) {
-            std::cerr << "Unknown tag @ " << i << ":" << static_cast<int>(tag) << ":" << std::endl;
+        if (!isKnownTag(tag)) {
+            diagnostics().write("Unknown tag @ " + std::to_string(i) + ":" + std::to_string(tag) +
+                                ":\n");
             throw util::RuntimeErrorST("Unknown tag");
         }
         auto entry = readEntry(in, static_cast<ConstantTag>(tag), mArena);
         entry->index = i;
         entry->pool = this;
-        const bool wide = entry->isWide();
         entries[i] = std::move(entry);
-        i += wide ? 2 : 1;
+        i += slotsOf(static_cast<ConstantTag>(tag));
     }
 }
 
@@ -146,15 +170,6 @@ const ConstantPoolEntry& ConstantPool::at(uint32_t index, const char* what) cons
                  formatText("Reading TKB failed: constant pool index %d for %s names an empty slot",
                             index, what));
     return *entries[index];
-}
-
-void ConstantPool::failWrongKind(uint32_t index, const char* what, ConstantTag found,
-                                 ConstantTag wanted) {
-    failRead(
-        formatText("pool entry of the wrong kind: %d (%s)", index, what),
-        formatText("Reading TKB failed: constant pool index %d for %s names a %s entry, not %s",
-                   index, what, ConstantPoolEntry::tagName(found),
-                   ConstantPoolEntry::tagName(wanted)));
 }
 
 std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
@@ -213,8 +228,7 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     const size_t lines = size() > 1 ? size() - 1 : 0;
     while (warnings.size() < lines * warning.size())
         warnings += warning;
-    std::cerr.write(warnings.data(), static_cast<std::streamsize>(lines * warning.size()));
-    std::cerr.flush();
+    diagnostics().write(std::string_view(warnings).substr(0, lines * warning.size()));
     entries.resize(newSize);
     entry->index = newIndex;
     entries[newIndex] = ArenaPtr<ConstantPoolEntry>(entry.get());

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "classfile/Arena.h"
+#include "classfile/ByteCursor.h"
 #include "classfile/ByteStream.h"
 #include "classfile/ConstantPoolEntry.h"
 
@@ -42,13 +43,6 @@ public:
     /// Checked lookup for indices that come from the file: raises a runtime error naming what and
     /// the index when the index lies outside the pool or names an empty slot.
     const ConstantPoolEntry& at(uint32_t index, const char* what) const;
-    /// As at, and the entry must also be of kind T.
-    template <typename T> const T& atAs(uint32_t index, const char* what) const {
-        const ConstantPoolEntry& entry = at(index, what);
-        if (entry.tag() != T::TAG)
-            failWrongKind(index, what, entry.tag(), T::TAG);
-        return static_cast<const T&>(entry);
-    }
     /// getValue of the entry at a checked index. Chains of references are followed only to a small
     /// depth, so that entries referring to each other in a cycle fail instead of recursing forever.
     std::string valueAt(uint32_t index, const char* what) const;
@@ -95,6 +89,10 @@ public:
         return mAttributeKinds[index];
     }
 
+    /// Steps over the payload of one entry of tag (its tag byte already read) exactly as the
+    /// constructor reads it, building nothing; false when the bytes end first.
+    static bool skipEntry(ByteCursor& in, ConstantTag tag);
+
     /// The pool listing.
     void print(std::ostream& os) const;
 
@@ -123,9 +121,6 @@ private:
 
     mutable std::vector<uint8_t> mAttributeKinds;
     size_t mCopiedText = 0;
-
-    [[noreturn]] static void failWrongKind(uint32_t index, const char* what, ConstantTag found,
-                                           ConstantTag wanted);
 };
 
 } // namespace classfile

@@ -2,14 +2,13 @@
 
 #include <cmath>
 #include <cstring>
-#include <iostream>
 #include <typeinfo>
 
 #include <boost/lexical_cast.hpp>
 
-#include "classfile/CheckFailure.h"
 #include "classfile/ClassInfo.h"
 #include "classfile/ConstantPool.h"
+#include "classfile/Diagnostics.h"
 #include "classfile/ReadError.h"
 
 namespace classfile {
@@ -85,24 +84,6 @@ bool ConstantPoolEntry::equals(const ConstantPoolEntry&) const {
     return false;
 }
 
-const char* ConstantPoolEntry::tagName(ConstantTag tag) {
-    switch (tag) {
-    case ConstantTag::Utf8: return "Utf8";
-    case ConstantTag::Unicode: return "Unicode";
-    case ConstantTag::Integer: return "Integer";
-    case ConstantTag::Float: return "Float";
-    case ConstantTag::Long: return "Long";
-    case ConstantTag::Double: return "Double";
-    case ConstantTag::Class: return "Class";
-    case ConstantTag::String: return "String";
-    case ConstantTag::FieldRef: return "FieldRef";
-    case ConstantTag::MethodRef: return "MethodRef";
-    case ConstantTag::InterfaceMethodRef: return "InterfaceMethodRef";
-    case ConstantTag::NameAndType: return "NameAndType";
-    }
-    return "?";
-}
-
 const ConstantPool& ConstantPoolEntry::owningPool() const {
     if (!pool)
         failRead("constant pool entry outside a pool",
@@ -114,7 +95,7 @@ bool ConstantPoolEntry::refuseEquality(const ConstantPoolEntry& other) const {
     const bool ownKind = typeid(other) == typeid(*this) ||
                          (dynamic_cast<const CPERef*>(this) && dynamic_cast<const CPERef*>(&other));
     if (ownKind)
-        std::cerr << "operator== not implemented! always return false" << std::endl;
+        diagnostics().write("operator== not implemented! always return false\n");
     return false;
 }
 
@@ -224,9 +205,9 @@ std::string CPEClass::getValue() const {
 }
 
 void CPEClass::check() const {
-    if (name_index >= owningPool().size()) {
-        std::cerr << "nameIndex not in pool" << std::endl;
-        endProcessAfterFailedCheck();
+    if (!passesCheck(name_index, owningPool().size())) {
+        diagnostics().write("nameIndex not in pool\n");
+        diagnostics().endProcess();
     }
 }
 

@@ -31,6 +31,17 @@ enum class ConstantTag : uint8_t {
     NameAndType = 12,
 };
 
+/// Whether byte is the tag of an entry kind that the reader knows.
+constexpr bool isKnownTag(uint8_t byte) {
+    return byte >= static_cast<uint8_t>(ConstantTag::Utf8) &&
+           byte <= static_cast<uint8_t>(ConstantTag::NameAndType);
+}
+
+/// Pool slots an entry of tag takes: long and double take two.
+constexpr uint32_t slotsOf(ConstantTag tag) {
+    return tag == ConstantTag::Long || tag == ConstantTag::Double ? 2 : 1;
+}
+
 /// One constant pool entry; one subclass per tag.
 class ConstantPoolEntry {
 public:
@@ -53,9 +64,7 @@ public:
     /// The pool this entry lives in; fails for an entry that was never placed in one.
     const ConstantPool& owningPool() const;
     /// Long and double entries take two pool slots.
-    bool isWide() const { return mTag == ConstantTag::Long || mTag == ConstantTag::Double; }
-    /// "Utf8", "Class", ... for messages.
-    static const char* tagName(ConstantTag tag);
+    bool isWide() const { return slotsOf(mTag) == 2; }
 
     const ConstantPool* pool = nullptr;
     /// Declared after pool so that it shares a word with the tag.
@@ -170,8 +179,11 @@ public:
     explicit CPEClass(uint16_t nameIndex);
     /// The internal class name, with "/" separators.
     std::string getValue() const override;
-    /// Ends the process when the name index lies outside the pool.
+    /// Ends the process when the name index lies outside the pool (see passesCheck).
     void check() const override;
+    /// The rule of check: whether a class entry naming nameIndex passes it in a pool of poolSize
+    /// slots. ClassInfo::mayEndProcessInCheckPass predicts the check with it.
+    static bool passesCheck(uint32_t nameIndex, uint32_t poolSize) { return nameIndex < poolSize; }
     void print(std::ostream& os) const override;
     std::string toLiteral() const override;
     bool equals(const ConstantPoolEntry& other) const override;

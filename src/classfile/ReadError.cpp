@@ -1,13 +1,13 @@
 #include "classfile/ReadError.h"
 
-#include <iostream>
+#include "classfile/Diagnostics.h"
 
 #include "util/RuntimeErrorST.h"
 
 namespace classfile {
 
 void failRead(const std::string& stderrLine, const std::string& message) {
-    std::cerr << stderrLine << std::endl;
+    diagnostics().write(stderrLine + "\n");
     throw util::RuntimeErrorST(message);
 }
 

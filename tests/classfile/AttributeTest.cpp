@@ -62,7 +62,7 @@ TEST(AttributeTest, EveryKnownNameRoundTripsThroughItsKind) {
         // attribute, whatever a kind leaves unread is ignored.
         cw::ClassWriter w = minimalClass();
         w.attributes = {cw::rawAttribute(w.pool.utf8(name), std::vector<uint8_t>(16, 0))};
-        CerrCapture err;
+        DiagnosticsCapture err;
         auto info = readClass(w.bytes());
         const Attribute& made = *info->attributes.at(0);
         EXPECT_EQ(kind, made.kind());
@@ -118,7 +118,7 @@ TEST(AttributeTest, StackMapGrowsThePoolAndReadsEveryVerificationType) {
     std::vector<cw::VerificationType> all;
     for (uint8_t tag = 0; tag <= 8; ++tag)
         all.push_back({tag, static_cast<uint16_t>(tag == 7 ? 2 : 17)});
-    CerrCapture err;
+    DiagnosticsCapture err;
     auto info = readMethodWith(
         w, {cw::stackMap(stackMap, {{4, all, {{1, 0}}}}), cw::stackMap(stackMap, {})});
     EXPECT_EQ(8, info->constant_pool_count);
@@ -151,7 +151,7 @@ TEST(AttributeTest, StackMapGrowsThePoolAndReadsEveryVerificationType) {
 
 TEST(AttributeTest, AttributeNameIndexIsChecked) {
     cw::ClassWriter w = minimalClass();
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB failed: constant pool index 77 for the attribute name is outside the "
               "pool (size 5)",
               errorOf([&] { readMethodWith(w, {cw::emptyAttribute(77)}); }));
@@ -165,7 +165,7 @@ TEST(AttributeTest, CopiesOfASharedNameAreCapped) {
     // text would copy 66 MiB out of a file of 45 KiB.
     cw::ClassWriter w = minimalClass();
     w.attributes.assign(2100, cw::emptyAttribute(w.pool.utf8(std::string(32 * 1024, 'x'))));
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB failed: the attribute names would copy more than 64 MiB of text out of "
               "the constant pool; the file is damaged or hostile",
               errorOf([&] { readClass(w.bytes()); }));
@@ -192,7 +192,7 @@ TEST(AttributeTest, CodeNestingIsLimitedTo64Levels) {
         attribute = dynamic_cast<const AttributeCode&>(*attribute).attributes.at(0).get();
     EXPECT_TRUE(dynamic_cast<const AttributeCode&>(*attribute).attributes.empty());
 
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB failed: Code attributes nest deeper than 64 levels",
               errorOf([] { readClass(nestedCode(66)); }));
     EXPECT_EQ("Code attributes nest too deeply\n", err.text());
@@ -254,7 +254,7 @@ TEST_F(AnnotationTest, NestingIsLimitedTo64Levels) {
     std::unique_ptr<AnnotationInfo> a;
     for (bool arrays : {false, true}) {
         EXPECT_EQ(4u, read(nest(65, arrays).bytes(), a));
-        CerrCapture err;
+        DiagnosticsCapture err;
         EXPECT_EQ("Reading TKB failed: annotations nest deeper than 64 levels",
                   errorOf([&] { read(nest(66, arrays).bytes(), a); }));
         EXPECT_NE(std::string::npos,

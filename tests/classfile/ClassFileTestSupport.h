@@ -13,7 +13,7 @@
 
 namespace classfiletest {
 
-using kovtest::CerrCapture;
+using kovtest::DiagnosticsCapture;
 using kovtest::errorOf;
 
 inline std::unique_ptr<classfile::ClassInfo> readClass(const std::vector<uint8_t>& bytes) {

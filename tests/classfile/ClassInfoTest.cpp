@@ -101,7 +101,7 @@ TEST(ClassInfoTest, HeaderChecksTheMagicAndTheMajorVersionAsSigned) {
     }
     classwriter::ClassWriter w = minimalClass();
     w.majorVersion = 51;
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("TKB file contains bytecode of version 51.0, not supported.",
               errorOf([&] { readClass(w.bytes()); }));
     w.majorVersion = 0x7FFF;
@@ -117,7 +117,7 @@ TEST(ClassInfoTest, HeaderChecksTheMagicAndTheMajorVersionAsSigned) {
 TEST(ClassInfoTest, ThisClassMustLieInsideThePoolOthersYieldNoEntry) {
     classwriter::ClassWriter w = minimalClass();
     w.thisClass = w.pool.count();
-    CerrCapture err;
+    DiagnosticsCapture err;
     EXPECT_EQ("Reading TKB failed (class index 3 not in pool (count 3)).",
               errorOf([&] { readClass(w.bytes()); }));
     EXPECT_EQ("this_class_index not in pool: 3 >= 3\n", err.text());
@@ -144,7 +144,7 @@ TEST(ClassInfoTest, EmptyAndRichClassesPrintTheirGoldenTexts) {
     kovtest::expectGolden(KOVTEST_GOLDEN_DIR "/empty-class.txt", textOf(*info));
 
     const classwriter::ClassWriter rich = richClass();
-    CerrCapture err;
+    DiagnosticsCapture err;
     info = readClass(rich.bytes());
     EXPECT_TRUE(info->allRead);
     EXPECT_EQ(rich.pool.count() + 1, info->constant_pool_count); // the StackMap's own name entry
@@ -152,21 +152,59 @@ TEST(ClassInfoTest, EmptyAndRichClassesPrintTheirGoldenTexts) {
 
     // Class entries never compare equal, so even an interface displays as a class; each
     // comparison with an interface entry leaves its warning.
-    CerrCapture comparisons;
+    DiagnosticsCapture comparisons;
     EXPECT_EQ("Class com.velmor.Shape", info->interfaces.at(0)->toLiteral());
     EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
 }
 
-TEST(ClassInfoTest, ClassEntryNamingOutsideThePoolEndsTheProcess) {
+// kov check decodes a file in a helper process when the prediction says yes: a miss ends the whole
+// run, a false alarm only costs a process. Entries of every width come before the class entry.
+TEST(CheckPassTest, PredictionMatchesTheReaderOnEitherSideOfThePoolCount) {
+    const auto withClassNaming = [](uint16_t pastLastIndex) {
+        classwriter::ClassWriter w = minimalClass();
+        w.pool.unicode({'u'});
+        w.pool.longValue(1);
+        w.pool.stringOf("s");
+        const uint16_t last = w.pool.count();
+        w.pool.classEntry(static_cast<uint16_t>(last + pastLastIndex));
+        return w.bytes();
+    };
+    const auto predicts = [](const std::vector<uint8_t>& bytes) {
+        return ClassInfo::mayEndProcessInCheckPass(
+            Bytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
+    };
+
+    const std::vector<uint8_t> countItself = withClassNaming(1);
+    EXPECT_TRUE(predicts(countItself));
+    EXPECT_EXIT(readClass(countItself), ::testing::ExitedWithCode(1), "nameIndex not in pool");
+
+    const std::vector<uint8_t> lastIndex = withClassNaming(0);
+    EXPECT_FALSE(predicts(lastIndex));
+    EXPECT_TRUE(readClass(lastIndex)->allRead);
+
+    // Files the reader refuses before the check pass are let through, however they end.
+    std::vector<uint8_t> unknownTag = countItself;
+    unknownTag[10] = 13;
+    EXPECT_FALSE(predicts(unknownTag));
+    const std::vector<uint8_t> cut(countItself.begin(), countItself.end() - 15);
+    EXPECT_FALSE(predicts(cut));
+}
+
+// The fuzz targets rely on this to survive the check pass.
+TEST(CheckPassTest, ASinkThatThrowsInsteadOfEndingTheProcessSeesTheLineFirst) {
+    struct Refused {};
+    struct ThrowingSink : kovtest::DiagnosticsCapture {
+        [[noreturn]] void endProcess() override { throw Refused(); }
+    } sink;
     classwriter::ClassWriter w = minimalClass();
     w.pool.classEntry(40);
-    const std::vector<uint8_t> bytes = w.bytes();
-    EXPECT_EXIT(readClass(bytes), ::testing::ExitedWithCode(1), "nameIndex not in pool");
+    EXPECT_THROW(readClass(w.bytes()), Refused);
+    EXPECT_EQ("nameIndex not in pool\n", sink.text());
 }
 
 TEST(TruncationTest, EveryCutOfARichFileFailsCleanly) {
     const std::vector<uint8_t> bytes = richClass().bytes();
-    CerrCapture err;
+    DiagnosticsCapture err;
     for (size_t cut = 0; cut < bytes.size(); ++cut) {
         const std::vector<uint8_t> prefix(bytes.begin(), bytes.begin() + cut);
         const std::string message = errorOf([&] { readClass(prefix); });
@@ -181,7 +219,7 @@ TEST(TruncationTest, MessagesSayWhatWasBeingRead) {
     w.pool.utf8("long text");
     const std::vector<uint8_t> bytes = w.bytes();
     const auto cut = [&](size_t size) { readClass({bytes.begin(), bytes.begin() + size}); };
-    CerrCapture err;
+    DiagnosticsCapture err;
     const std::string failed = "Reading TKB failed: ", eof = "unexpected end of file at offset ";
     const std::string inPool = eof + "24 while reading the constant pool entry at index 3";
     EXPECT_EQ(failed + inPool, errorOf([&] { cut(24); }));
@@ -210,7 +248,7 @@ TEST(TruncationTest, HugeDeclaredSizesFailAtTheEndOfInput) {
          "unexpected end of file"},
         {[](cw::ClassWriter& w) { w.fieldsCount = 0xFFFF; }, "while reading field 0"},
     };
-    CerrCapture err;
+    DiagnosticsCapture err;
     for (const auto& [declare, expected] : cases) {
         cw::ClassWriter w = minimalClass();
         declare(w);
@@ -243,7 +281,7 @@ private:
 TEST(TruncationTest, AFailingStreamEndsTheInputWhereItFailed) {
     const std::vector<uint8_t> bytes = minimalClass().bytes();
     const std::string data(bytes.begin(), bytes.end());
-    CerrCapture err;
+    DiagnosticsCapture err;
     // Inside a four-byte read the message names where that read began, inside two-byte reads
     // where input ended.
     for (const auto& [limit, offset] : {std::pair<size_t, size_t>{2, 0}, {9, 9}, {12, 12}}) {

@@ -2,32 +2,49 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
 #include <iterator>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "classfile/Diagnostics.h"
 #include "kovx/ExtensionManager.h"
 #include "kovx/URI.h"
 
 namespace kovtest {
 
-/// Collects everything written to std::cerr while it lives: the class file reader writes a line
-/// for every failure.
-class CerrCapture {
+/// Collects the lines that the class file reader writes for standard error while it lives (a line
+/// for every failure), in place of the sink it replaces. Ending the process is left to that sink.
+/// Captures nest; each restores the one it replaced.
+class DiagnosticsCapture : public classfile::DiagnosticSink {
 public:
-    CerrCapture() : mOld(std::cerr.rdbuf(mBuffer.rdbuf())) {}
-    ~CerrCapture() { std::cerr.rdbuf(mOld); }
-    CerrCapture(const CerrCapture&) = delete;
-    CerrCapture& operator=(const CerrCapture&) = delete;
-    std::string text() const { return mBuffer.str(); }
+    DiagnosticsCapture() : mOld(classfile::setDiagnosticSink(this)) {}
+    ~DiagnosticsCapture() override { classfile::setDiagnosticSink(mOld); }
+    DiagnosticsCapture(const DiagnosticsCapture&) = delete;
+    DiagnosticsCapture& operator=(const DiagnosticsCapture&) = delete;
+
+    void write(std::string_view lines) override {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mText += lines;
+    }
+    void endProcess() override {
+        classfile::setDiagnosticSink(mOld);
+        classfile::diagnostics().endProcess();
+    }
+
+    std::string text() const {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        return mText;
+    }
 
 private:
-    std::ostringstream mBuffer;
-    std::streambuf* mOld;
+    mutable std::mutex mMutex;
+    std::string mText;
+    classfile::DiagnosticSink* mOld;
 };
 
 /// The message of the E that body throws, or "" when it throws none.

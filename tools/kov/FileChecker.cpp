@@ -7,10 +7,10 @@
 #include <streambuf>
 #include <stdexcept>
 
-#include "CheckPreScreen.h"
 #include "HelperCheck.h"
 #include "Host.h"
 #include "RuleFileSource.h"
+#include "classfile/ClassInfo.h"
 #include "kovx/ExtensionManager.h"
 #include "kovx/TKB.h"
 
@@ -95,7 +95,7 @@ boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t
         bytes.append(block, static_cast<size_t>(stream->gcount()));
     if (size)
         *size = bytes.size();
-    if (mIsolate && mayEndProcessInCheckPass(bytes)) {
+    if (mIsolate && classfile::ClassInfo::mayEndProcessInCheckPass(classfile::Bytes(bytes))) {
         // Only a file that the helper survives is decoded here too.
         const CheckResult helped = checkInHelper(path, mPluginPaths);
         if (!helped.ok)

@@ -134,7 +134,7 @@ TEST(DecoderTest, FailedDecodeLeavesResultsAndPassesTheException) {
 
     // Every cut of the realistic file fails cleanly; the decoder stays usable.
     const std::string whole = tkbtest::asText(buildingFile().bytes());
-    kovtest::CerrCapture quiet;
+    kovtest::DiagnosticsCapture quiet;
     for (size_t size = 0; size < whole.size(); ++size) {
         std::istringstream cut(whole.substr(0, size));
         EXPECT_THROW(decoder->decode(results, cut), std::runtime_error) << size;

@@ -308,7 +308,7 @@ TEST(TranslateTest, UnicodeEntriesServeWhereverATextDoes) {
         RuleFileBuilder c;
         c.writer().pool.string(index);
         kovx::TKBProgram q;
-        kovtest::CerrCapture quiet;
+        kovtest::DiagnosticsCapture quiet;
         const std::string error = kovtest::errorOf([&] { translateBytes(q, c.bytes()); });
         EXPECT_NE(error.find("for a string value"), std::string::npos) << index << ": " << error;
     }
@@ -321,7 +321,7 @@ TEST(TranslateTest, PoolOf32768SlotsIsReadAsNegative) {
     while (b.writer().pool.count() < 32768)
         b.writer().pool.utf8("");
     kovx::TKBProgram p;
-    kovtest::CerrCapture quiet;
+    kovtest::DiagnosticsCapture quiet;
     EXPECT_EQ(kovtest::errorOf<std::length_error>([&] { translateBytes(p, b.bytes()); }),
               "vector::reserve");
     EXPECT_TRUE(p.constants.empty());
