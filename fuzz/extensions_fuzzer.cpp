@@ -24,6 +24,7 @@
 
 #include "FuzzSupport.h"
 #include "kovx/ExtensionManager.h"
+#include "loader/ProbeProtocol.h"
 #include "loader/LoaderEntry.h"
 
 namespace {
@@ -69,9 +70,9 @@ void writePlugin(const std::string& path, const uint8_t* data, size_t size) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    setenv("KOV_PROBE_PLUGINS", "1", 0);
+    setenv(loader::probe::ENABLE_VARIABLE, "1", 0);
 #ifdef KOV_FUZZ_PROBE_HELPER
-    setenv("KOV_PROBE_HELPER", KOV_FUZZ_PROBE_HELPER, 0);
+    setenv(loader::probe::HELPER_VARIABLE, KOV_FUZZ_PROBE_HELPER, 0);
 #endif
     return 0;
 }

@@ -46,13 +46,16 @@ public:
         mFds[end] = -1;
     }
 
-    // Appends what can be read without waiting; closes the read end at its end or on an error.
-    void drain(std::string& text) {
+    // Appends what can be read without waiting, up to limit bytes in all; what comes after is
+    // read and dropped, so that the child never blocks on a full pipe. Closes the read end at its
+    // end or on an error.
+    void drain(std::string& text, size_t limit) {
         char buffer[4096];
         while (isReading()) {
             const ssize_t n = read(mFds[0], buffer, sizeof buffer);
             if (n > 0)
-                text.append(buffer, static_cast<size_t>(n));
+                text.append(buffer, std::min(static_cast<size_t>(n),
+                                             limit - std::min(limit, text.size())));
             else if (n < 0 && errno == EINTR)
                 continue;
             else if (n < 0 && errno == EAGAIN)
@@ -153,7 +156,7 @@ ChildResult runChild(const std::vector<std::string>& arguments, const ChildOptio
     }
     auto drainAll = [&] {
         for (int i = 0; i < 2; ++i)
-            pipes[i]->drain(*texts[i]);
+            pipes[i]->drain(*texts[i], options.outputLimit);
     };
 
     const bool limited = options.timeout.count() > 0;

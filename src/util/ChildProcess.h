@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ struct ChildOptions {
     /// Start the child with no signal blocked and every signal at its default action, so that it
     /// dies of what kills it, whatever this process does with its signals.
     bool defaultSignals = false;
+    /// The most kept of each captured output; the rest is read and dropped, so that a child that
+    /// writes without end costs no more memory than this.
+    size_t outputLimit = size_t(1) << 20;
     /// Killed with SIGKILL after this long; zero waits as long as it takes.
     std::chrono::milliseconds timeout{0};
 };

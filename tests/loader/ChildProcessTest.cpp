@@ -51,6 +51,14 @@ TEST(ChildProcessTest, CapturedOutputsAreReadWhileTheChildRunsAndAfterItEnds) {
     EXPECT_EQ(large.out.size(), 300000u);
     EXPECT_EQ(large.err.size(), 200000u);
 
+    // A child that writes without end keeps only the limit, and still runs to its end.
+    options.outputLimit = 1000;
+    util::ChildResult flood = runShell("head -c 5000000 /dev/zero; echo end >&2", options);
+    EXPECT_EQ(flood.outcome, util::ChildResult::EXITED);
+    EXPECT_EQ(flood.out.size(), 1000u);
+    EXPECT_EQ(flood.err, "end\n");
+    options.outputLimit = size_t(1) << 20;
+
     options.timeout = std::chrono::seconds(20);
     const auto start = std::chrono::steady_clock::now();
     util::ChildResult left = runShell("sleep 3 & echo done", options);

@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>

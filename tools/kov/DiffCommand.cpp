@@ -216,12 +216,15 @@ extern const Command DIFF_COMMAND = {
     "diff", "[--breaking] [--json] OLD NEW",
     "compare the interfaces of two rule files or two directories of them",
     "Compares the rule file info of OLD and NEW, two rule files or two directories (files paired\n"
-    "by their path below them; files only on one side are reported as added or removed). Lists\n"
-    "attributes and rules added or removed, changed value and return types, parameters added,\n"
-    "removed, renamed or retyped, and annotations added, removed or with changed arguments.\n"
+    "by their path below them; a file on one side only is reported as added or removed when it\n"
+    "decodes). Lists attributes and rules added or removed, changed value and return types,\n"
+    "parameters added, removed, renamed or retyped, and annotations added, removed or with\n"
+    "changed arguments (keyed arguments compared by key, the others by position).\n"
     "Each change is breaking (something removed or retyped, a changed parameter list),\n"
     "compatible (an addition) or presentation (annotations only; $Group, $Order and $StartRule\n"
     "are named as such).\n"
+    "A file that does not decode, on either side, is reported as \"kov: FILE: reason\" and the\n"
+    "others are still compared.\n"
     "Exit status: 0 when the interfaces are the same, 1 when they differ, 2 on an error. With\n"
     "--breaking only breaking changes are reported and only they give status 1.",
     {{"breaking", "report only breaking changes"}, {"json", "print one JSON object"}}, 2, 2,

@@ -13,6 +13,7 @@
 #include "Commands.h"
 #include "Host.h"
 #include "kov/Version.h"
+#include "loader/ProbeProtocol.h"
 
 namespace po = boost::program_options;
 
@@ -184,7 +185,7 @@ int run(int argc, char** argv) {
     }
     // The extension manager reads this when it loads the plug-ins.
     if (vm.count("probe-plugins"))
-        setenv("KOV_PROBE_PLUGINS", "1", 1);
+        setenv(loader::probe::ENABLE_VARIABLE, "1", 1);
     return runWithHost(command, invocation, paths);
 }
 
