@@ -6,6 +6,7 @@
 #include <istream>
 #include <streambuf>
 #include <stdexcept>
+#include <utility>
 
 #include "HelperCheck.h"
 #include "Host.h"
@@ -54,8 +55,10 @@ std::set<std::string> ruleFilesBelow(const std::string& directory) {
     return files;
 }
 
-FileChecker::FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate)
-    : mHost(host), mPluginPaths(pluginPaths), mIsolate(isolate) {}
+FileChecker::FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate,
+                         std::string helperProgram)
+    : mHost(host), mPluginPaths(pluginPaths), mIsolate(isolate),
+      mHelperProgram(std::move(helperProgram)) {}
 
 const kovx::DecoderPtr& FileChecker::decoderFor(const std::string& path) {
     kovx::DecoderPtr& decoder = mDecoders[suffixOf(path)];
@@ -81,7 +84,7 @@ boost::shared_ptr<kovx::TKB> FileChecker::decode(const std::string& path,
     throw std::runtime_error("the decoder produced no rule program");
 }
 
-boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t* size) {
+std::string FileChecker::read(const std::string& path) {
     // The file is read whole before it is decoded: a device or a pipe might never end.
     std::error_code ec;
     const std::filesystem::file_status status = std::filesystem::status(path, ec);
@@ -93,15 +96,25 @@ boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t
     char block[1 << 16];
     while (stream->read(block, sizeof block) || stream->gcount() > 0)
         bytes.append(block, static_cast<size_t>(stream->gcount()));
-    if (size)
-        *size = bytes.size();
+    return bytes;
+}
+
+boost::shared_ptr<kovx::TKB> FileChecker::decodeBytes(const std::string& path,
+                                                      const std::string& bytes) {
     if (mIsolate && classfile::ClassInfo::mayEndProcessInCheckPass(classfile::Bytes(bytes))) {
         // Only a file that the helper survives is decoded here too.
-        const CheckResult helped = checkInHelper(path, mPluginPaths);
+        const CheckResult helped = checkInHelper(path, mPluginPaths, mHelperProgram);
         if (!helped.ok)
             throw std::runtime_error(helped.error);
     }
     return decode(path, bytes);
+}
+
+boost::shared_ptr<kovx::TKB> FileChecker::load(const std::string& path, uint64_t* size) {
+    const std::string bytes = read(path);
+    if (size)
+        *size = bytes.size();
+    return decodeBytes(path, bytes);
 }
 
 CheckResult FileChecker::check(const std::string& path) {

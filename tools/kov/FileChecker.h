@@ -37,7 +37,10 @@ struct CheckResult {
 class FileChecker {
 public:
     /// pluginPaths are kov's -p paths, for the helper; isolate false decodes every file here.
-    FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate);
+    /// helperProgram is the kov that checks a file in a helper process; empty for this process's
+    /// own executable, which is kov unless another front end hosts the checker.
+    FileChecker(Host& host, const std::vector<std::string>& pluginPaths, bool isolate,
+                std::string helperProgram = std::string());
 
     /// Never throws: a failure is a result.
     CheckResult check(const std::string& path);
@@ -46,6 +49,13 @@ public:
     /// bytes, when given, receives the size of the file once it is read.
     boost::shared_ptr<kovx::TKB> load(const std::string& path, uint64_t* bytes = nullptr);
 
+    /// The whole file, read through the stream adaptor that the manager picks for it.
+    std::string read(const std::string& path);
+
+    /// Decodes the bytes of the file at path, whose name picks the decoder. Bytes that would end
+    /// the process in the reader's check pass are first checked in the helper, on path.
+    boost::shared_ptr<kovx::TKB> decodeBytes(const std::string& path, const std::string& bytes);
+
 private:
     boost::shared_ptr<kovx::TKB> decode(const std::string& path, const std::string& bytes);
     const kovx::DecoderPtr& decoderFor(const std::string& path);
@@ -53,6 +63,7 @@ private:
     Host& mHost;
     const std::vector<std::string>& mPluginPaths;
     bool mIsolate;
+    std::string mHelperProgram;
     // The manager picks a decoder by the file's name; all files of one suffix get the same.
     std::map<std::string, kovx::DecoderPtr> mDecoders;
 };

@@ -44,11 +44,13 @@ bool runningAsCheckHelper() {
     return value && std::strcmp(value, "1") == 0;
 }
 
-CheckResult checkInHelper(const std::string& path, const std::vector<std::string>& pluginPaths) {
+CheckResult checkInHelper(const std::string& path, const std::vector<std::string>& pluginPaths,
+                          const std::string& program) {
     CheckResult result;
     result.path = path;
     std::error_code ec;
-    std::vector<std::string> args{std::filesystem::read_symlink("/proc/self/exe", ec).string()};
+    std::vector<std::string> args{
+        program.empty() ? std::filesystem::read_symlink("/proc/self/exe", ec).string() : program};
     for (const std::string& pluginPath : pluginPaths) {
         args.push_back("-p");
         args.push_back(pluginPath);
