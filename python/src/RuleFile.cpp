@@ -24,6 +24,16 @@ py::str text(const std::string& utf8) {
     return py::reinterpret_steal<py::str>(object);
 }
 
+// For the library's own texts, which pass bytes through: encoding with surrogateescape gives them
+// back unchanged.
+py::str rawText(const char* data, size_t size) {
+    PyObject* object =
+        PyUnicode_DecodeUTF8(data, static_cast<Py_ssize_t>(size), "surrogateescape");
+    if (!object)
+        throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(object);
+}
+
 py::str text(const wchar_t* wide) {
     return text(kovhost::utf8(wide));
 }
@@ -183,12 +193,7 @@ py::str RuleFile::xml() const {
     std::vector<char> buffer(size > 0 ? size : 1);
     size = buffer.size();
     info().toXML(buffer.data(), &size);
-    // Surrogate escapes keep any byte, so that encoding the text gives the library's bytes back.
-    PyObject* object = PyUnicode_DecodeUTF8(
-        buffer.data(), static_cast<Py_ssize_t>(buffer.size() - 1), "surrogateescape");
-    if (!object)
-        throw py::error_already_set();
-    return py::reinterpret_steal<py::str>(object);
+    return rawText(buffer.data(), buffer.size() - 1);
 }
 
 py::str RuleFile::dump() const {
@@ -202,7 +207,7 @@ py::str RuleFile::dump() const {
         classInfo.print(out);
         textForm = out.str();
     }
-    return text(textForm);
+    return rawText(textForm.data(), textForm.size());
 }
 
 } // namespace kovpy
