@@ -100,6 +100,20 @@ class Argument:
     type: ValueType
     value: Union[bool, float, str, None]
 
+    def __str__(self) -> str:
+        if isinstance(self.value, bool):
+            text = "true" if self.value else "false"
+        elif isinstance(self.value, float):
+            text = f"{self.value:g}"
+        elif isinstance(self.value, str):
+            text = '"' + self.value.replace("\\", "\\\\").replace('"', '\\"') + '"'
+        else:
+            text = "?"
+        return f"{self.key}={text}" if self.key else text
+
+    def __repr__(self) -> str:
+        return f"<kov.Argument {self} ({self.type.word})>"
+
 
 @dataclass(frozen=True)
 class Annotation:
@@ -107,6 +121,14 @@ class Annotation:
 
     name: str
     arguments: Tuple[Argument, ...]
+
+    def __str__(self) -> str:
+        if not self.arguments:
+            return self.name
+        return f"{self.name}({', '.join(map(str, self.arguments))})"
+
+    def __repr__(self) -> str:
+        return f"<kov.Annotation {self}>"
 
     def __getitem__(self, key: Union[int, str]) -> Union[bool, float, str, None]:
         """The value of the argument at a position or with a key."""
@@ -125,6 +147,12 @@ class Parameter:
     name: str
     type: ValueType
     annotations: Tuple[Annotation, ...] = ()
+
+    def __str__(self) -> str:
+        return f"{self.type.word} {self.name}"
+
+    def __repr__(self) -> str:
+        return f"<kov.Parameter {self}>"
 
 
 @dataclass(frozen=True)
@@ -148,6 +176,13 @@ class Entry:
     def annotation(self, name: str) -> Optional[Annotation]:
         """The first annotation of that name, such as "@Range", or None."""
         return next((a for a in self.annotations if a.name == name), None)
+
+    def __str__(self) -> str:
+        return f"{self.type.word} {self.name}({', '.join(map(str, self.parameters))})"
+
+    def __repr__(self) -> str:
+        shown = " ".join(str(a) for a in self.annotations if not a.name.startswith("_$"))
+        return f"<kov.Entry {self}{' ' + shown if shown else ''}>"
 
 
 class ConstantKind(enum.Enum):
@@ -205,6 +240,9 @@ class Constant:
     index: int
     kind: ConstantKind
     value: Any
+
+    def __repr__(self) -> str:
+        return f"<kov.Constant [{self.index}] {self.kind.value} {self.value!r}>"
 
 
 def _argument(data: dict) -> Argument:
@@ -393,7 +431,12 @@ class CheckResult:
     attributes: int
     rules: int
 
+    def __repr__(self) -> str:
+        state = "ok" if self.ok else f"failed: {self.error}"
+        return f"<kov.CheckResult {self.path!r} {state}>"
+
     def to_dict(self) -> dict:
+        """The result as a line of `kov check --json` holds it."""
         return {"path": self.path, "ok": self.ok, "bytes": self.bytes,
                 "milliseconds": self.milliseconds, "error": self.error,
                 "attributes": self.attributes, "rules": self.rules}
@@ -494,6 +537,9 @@ class Change:
         where = f"{self.file}: " if self.file else ""
         return f"{where}{self.section} {self.name}: {self.description} ({self.change_class.value})"
 
+    def __repr__(self) -> str:
+        return f"<kov.Change {self}>"
+
 
 class Changes(List[Change]):
     """The changes of a comparison, in the order `kov diff --json` lists them."""
@@ -502,6 +548,9 @@ class Changes(List[Change]):
     def breaking(self) -> List[Change]:
         """Only the breaking changes."""
         return [c for c in self if c.breaking]
+
+    def __repr__(self) -> str:
+        return f"<kov.Changes {len(self)} changes, {len(self.breaking)} breaking>"
 
 
 def _changes(file: str, native: Sequence[tuple]) -> List[Change]:
