@@ -39,7 +39,14 @@ def test_probing_skips_plugins_that_kill_their_probe(capfd):
         ids = [e.id for e in runtime.extensions()]
     assert "test.probed.Decoder" in ids and "com.velmor.kov.core.TKBDecoder" in ids
     assert "skipping plug-in" in capfd.readouterr().err
-    assert "KOV_PROBE_PLUGINS" not in os.environ
+
+
+def test_type_stubs_declare_every_public_name():
+    stub = pathlib.Path(kov.__file__).with_name("__init__.pyi").read_text()
+    assert (pathlib.Path(kov.__file__).with_name("py.typed")).exists()
+    missing = [name for name in kov.__all__
+               if f"class {name}" not in stub and f"def {name}(" not in stub]
+    assert missing == []
 
 
 def test_every_kind_of_source_decodes_to_the_same_file(runtime):
