@@ -7,6 +7,7 @@ import os
 import pathlib
 import sys
 import threading
+import time
 
 import pytest
 
@@ -149,24 +150,43 @@ def test_failures_raise_decode_error_with_the_readers_message(runtime, files, tm
 
 def test_decodes_release_the_interpreter_lock(runtime, files):
     path = str(files / "generated-1000.tkb")
-    expected = runtime.load(path).to_dict()
-    finished, results = [], []
+    ticks, stop = [0], threading.Event()
 
-    def decode(name):
-        for _ in range(5):
-            results.append(runtime.load(path))
-            finished.append(name)
+    def tick():
+        while not stop.is_set():
+            ticks[0] += 1
+            time.sleep(0)  # lets go of the lock, so that the decoding thread gets it back
 
-    # Without a timed switch, another thread runs only while a decode lets go of the lock.
+    # Without a timed switch, the ticker runs only while a decode lets go of the lock.
     interval = sys.getswitchinterval()
     sys.setswitchinterval(100)
+    ticker = threading.Thread(target=tick)
+    ticker.start()
     try:
-        threads = [threading.Thread(target=decode, args=(n,)) for n in "ab"]
-        for thread in threads:
-            thread.start()
-        for thread in threads:
-            thread.join()
+        progress = 0
+        for _ in range(10):
+            before = ticks[0]
+            runtime.load(path)
+            progress += ticks[0] - before
     finally:
+        stop.set()
+        ticker.join()
         sys.setswitchinterval(interval)
-    assert finished != sorted(finished), "the threads did not interleave"
-    assert all(r.to_dict() == expected for r in results)
+    assert progress > 0
+
+
+def test_threads_decode_the_same_file_alike(runtime, files):
+    paths = [str(files / name) for name in ("generated-1000.tkb", "building.tkb")]
+    expected = [runtime.load(p).to_dict() for p in paths]
+    results = []
+
+    def decode():
+        for _ in range(10):
+            results.append([runtime.load(p).to_dict() for p in paths])
+
+    threads = [threading.Thread(target=decode) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert len(results) == 40 and all(r == expected for r in results)
