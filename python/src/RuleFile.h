@@ -7,7 +7,7 @@
 #include <boost/shared_ptr.hpp>
 #include <pybind11/pybind11.h>
 
-#include "Runtime.h"
+#include "RuntimeHost.h"
 #include "kovx/TKB.h"
 
 namespace kovpy {

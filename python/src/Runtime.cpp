@@ -1,127 +1,151 @@
 #include "Runtime.h"
 
-#include <dlfcn.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <set>
-#include <sstream>
+#include <fstream>
+#include <stdexcept>
 
-#include "TextFormat.h"
-#include "kovx/ExtensionManager.h"
-#include "loader/ProbeProtocol.h"
-#include "util/StringUtils.h"
+#include "DecodeFailure.h"
+#include "FileChecker.h"
+#include "InterfaceDiff.h"
+#include "classfile/ClassInfo.h"
+
+namespace py = pybind11;
 
 namespace kovpy {
 
 namespace {
 
-// The module's own file, found through the address of something in it.
-std::filesystem::path moduleFile() {
-    Dl_info info{};
-    if (!dladdr(reinterpret_cast<const void*>(&moduleFile), &info) || !info.dli_fname)
-        throw std::runtime_error("cannot find the kov module's own file");
-    return std::filesystem::absolute(info.dli_fname);
-}
-
-std::string loaderPath() {
-    return RuntimeHost::libraryDir() + "/libkov_loader.so";
-}
-
-// Sets an environment variable for as long as it lives, then puts back what was there.
-class ScopedVariable {
+// A temporary file that holds bytes for the helper process, which reads a path.
+class TemporaryFile {
 public:
-    ScopedVariable(const char* name, const char* value) : mName(name) {
-        if (const char* old = std::getenv(name))
-            mOld = old;
-        setenv(name, value, 1);
+    explicit TemporaryFile(const std::string& bytes) {
+        const char* dir = std::getenv("TMPDIR");
+        std::string pattern = std::string(dir && *dir ? dir : "/tmp") + "/kov-XXXXXX.tkb";
+        const int fd = mkstemps(pattern.data(), 4);
+        if (fd < 0)
+            throw std::runtime_error("cannot create a temporary file for the helper process");
+        close(fd);
+        mPath = pattern;
+        std::ofstream out(mPath, std::ios::binary | std::ios::trunc);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        if (!out)
+            throw std::runtime_error("cannot write a temporary file for the helper process");
     }
-    ~ScopedVariable() {
-        if (mOld)
-            setenv(mName, mOld->c_str(), 1);
-        else
-            unsetenv(mName);
-    }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
+    ~TemporaryFile() { std::remove(mPath.c_str()); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    const std::string& path() const { return mPath; }
 
 private:
-    const char* mName;
-    std::optional<std::string> mOld;
+    std::string mPath;
 };
-
-std::set<std::string> idList(void (kovx::ExtensionManager::*list)(wchar_t*, size_t*) const,
-                             const kovx::ExtensionManager& manager) {
-    size_t size = 0;
-    (manager.*list)(nullptr, &size);
-    std::wstring text(size, L'\0');
-    (manager.*list)(text.data(), &size);
-    std::set<std::string> ids;
-    std::wstringstream in(text.c_str());
-    for (std::wstring id; std::getline(in, id, L';');)
-        if (!id.empty())
-            ids.insert(kovhost::utf8(id));
-    return ids;
-}
 
 } // namespace
 
-std::string RuntimeHost::libraryDir() {
-    return (moduleFile().parent_path() / KOV_PACKAGE_TO_LIBDIR).lexically_normal().string();
+Runtime::Runtime(const std::vector<std::string>& pluginPaths, bool probePlugins)
+    : mHost(std::make_shared<RuntimeHost>(pluginPaths, probePlugins)) {}
+
+std::vector<ExtensionEntry> Runtime::extensions() {
+    return host()->extensions();
 }
 
-RuntimeHost::RuntimeHost(const std::vector<std::string>& pluginPaths, bool probePlugins)
-    : mHost(loaderPath()), mPluginPaths(pluginPaths) {
-    std::vector<std::string> paths{libraryDir() + "/kov-extensions"};
-    paths.insert(paths.end(), pluginPaths.begin(), pluginPaths.end());
-    // The log is shared by every host in the process: only what this load logs is its listing.
-    const size_t firstMessage = mHost.infoMessages().size();
+std::unique_ptr<RuleFile> Runtime::load(const std::string& source) {
+    std::shared_ptr<RuntimeHost> owner = host();
+    boost::shared_ptr<kovx::TKB> program;
+    std::string bytes;
     {
-        std::optional<ScopedVariable> probe;
-        if (probePlugins)
-            probe.emplace(loader::probe::ENABLE_VARIABLE, "1");
-        mHost.loadExtensions(paths);
+        py::gil_scoped_release release;
+        try {
+            const std::unique_ptr<kovhost::FileChecker> checker = owner->checker();
+            bytes = checker->read(source);
+            program = checker->decodeBytes(source, bytes);
+        } catch (const std::exception& e) {
+            throw DecodeFailure(source, e.what());
+        }
     }
-    readListing(firstMessage);
+    return std::make_unique<RuleFile>(std::move(owner), std::move(program),
+                                      std::move(bytes), source);
 }
 
-// The listing lines read "    ID (MERIT) DESCRIPTION"; the manager's id lists say which are
-// decoders and encoders, the rest are stream adaptors.
-void RuntimeHost::readListing(size_t firstMessage) {
-    const std::set<std::string> decoders =
-        idList(&kovx::ExtensionManager::listDecoderIds, mHost.manager());
-    const std::set<std::string> encoders =
-        idList(&kovx::ExtensionManager::listEncoderIds, mHost.manager());
-    const std::vector<std::string>& messages = mHost.infoMessages();
-    for (size_t i = firstMessage; i < messages.size(); ++i) {
-        const std::string& line = messages[i];
-        if (line.compare(0, 4, "    ") != 0)
-            continue;
-        const size_t idEnd = line.find(' ', 4);
-        const size_t open = line.find('(', idEnd);
-        const size_t close = line.find(')', open);
-        if (idEnd == std::string::npos || open == std::string::npos ||
-            close == std::string::npos)
-            continue;
-        ExtensionEntry entry;
-        entry.id = line.substr(4, idEnd - 4);
-        entry.merit = std::strtod(line.c_str() + open + 1, nullptr);
-        entry.description = close + 2 <= line.size() ? line.substr(close + 2) : std::string();
-        entry.type = decoders.count(entry.id) ? 3 : encoders.count(entry.id) ? 2 : 1;
-        // The listing rounds the merit to one digit; a decoder's info has it whole.
-        if (entry.type == 3)
-            if (const kovx::DecoderInfoPtr info = mHost.manager().createDecoderInfo(
-                    util::StringUtils::toUTF32FromUTF8(entry.id)))
-                entry.merit = info->merit;
-        mExtensions.push_back(std::move(entry));
+std::unique_ptr<RuleFile> Runtime::loadBytes(const py::bytes& data,
+                                             std::optional<std::string> name) {
+    std::shared_ptr<RuntimeHost> owner = host();
+    std::string bytes = data;
+    boost::shared_ptr<kovx::TKB> program;
+    {
+        py::gil_scoped_release release;
+        try {
+            const std::unique_ptr<kovhost::FileChecker> checker = owner->checker();
+            // The helper reads a file: only bytes that need it are written to one.
+            if (classfile::ClassInfo::mayEndProcessInCheckPass(classfile::Bytes(bytes))) {
+                const TemporaryFile file(bytes);
+                program = checker->decodeBytes(file.path(), bytes);
+            } else {
+                program = checker->decodeBytes(name ? *name : "bytes.tkb", bytes);
+            }
+        } catch (const std::exception& e) {
+            throw DecodeFailure(name, e.what());
+        }
     }
+    return std::make_unique<RuleFile>(std::move(owner), std::move(program),
+                                      std::move(bytes), std::move(name));
 }
 
-std::unique_ptr<kovhost::FileChecker> RuntimeHost::checker() {
-    const std::filesystem::path kov =
-        std::filesystem::path(libraryDir()) / KOV_LIBDIR_TO_BINDIR / "kov";
-    return std::make_unique<kovhost::FileChecker>(mHost, mPluginPaths, true,
-                                                  kov.lexically_normal().string());
+py::tuple Runtime::checkFile(const std::string& path) {
+    std::shared_ptr<RuntimeHost> owner = host();
+    kovhost::CheckResult result;
+    {
+        py::gil_scoped_release release;
+        result = owner->checker()->check(path);
+    }
+    return py::make_tuple(result.path, result.ok, result.bytes, result.milliseconds,
+                          result.ok ? py::object(py::none()) : py::object(py::str(result.error)),
+                          result.attributes, result.rules);
+}
+
+py::list Runtime::diffFiles(const std::string& before, const std::string& after) {
+    std::shared_ptr<RuntimeHost> owner = host();
+    std::vector<kovhost::Change> changes;
+    {
+        py::gil_scoped_release release;
+        const std::unique_ptr<kovhost::FileChecker> checker = owner->checker();
+        auto load = [&checker](const std::string& path) {
+            try {
+                return checker->load(path);
+            } catch (const std::exception& e) {
+                throw DecodeFailure(path, e.what());
+            }
+        };
+        const boost::shared_ptr<kovx::TKB> old = load(before);
+        const boost::shared_ptr<kovx::TKB> now = load(after);
+        changes = kovhost::diffInterfaces(*old->getProgram().ruleFileInfo,
+                                          *now->getProgram().ruleFileInfo);
+    }
+    auto orNone = [](const std::string& text) {
+        return text.empty() ? py::object(py::none()) : py::object(py::str(text));
+    };
+    py::list list;
+    for (const kovhost::Change& change : changes) {
+        py::list arguments;
+        for (const kovhost::ArgumentChange& a : change.arguments)
+            arguments.append(
+                py::make_tuple(a.key, a.position, orNone(a.before), orNone(a.after)));
+        list.append(py::make_tuple(change.section, change.name, change.kind,
+                                   kovhost::changeClassWord(change.changeClass),
+                                   change.description, orNone(change.before),
+                                   orNone(change.after), std::move(arguments)));
+    }
+    return list;
+}
+
+const std::shared_ptr<RuntimeHost>& Runtime::host() {
+    if (!mHost)
+        throw std::runtime_error("the runtime is closed");
+    return mHost;
 }
 
 } // namespace kovpy

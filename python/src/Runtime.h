@@ -2,69 +2,46 @@
 
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include <boost/shared_ptr.hpp>
+#include <pybind11/pybind11.h>
 
-#include "FileChecker.h"
-#include "Host.h"
-#include "kovx/TKB.h"
+#include "RuleFile.h"
+#include "RuntimeHost.h"
 
 namespace kovpy {
 
-/// A failure that names the file it concerns: the module raises it as kov.DecodeError.
-class DecodeFailure : public std::runtime_error {
+/// The runtime as Python holds it. Closing it lets go of the host, which lives on while rule
+/// files decoded through it do. Every decode runs without the interpreter lock.
+class Runtime {
 public:
-    DecodeFailure(std::optional<std::string> path, const std::string& message)
-        : std::runtime_error(message), mPath(std::move(path)) {}
-    const std::optional<std::string>& path() const { return mPath; }
+    Runtime(const std::vector<std::string>& pluginPaths, bool probePlugins);
+
+    void close() { mHost.reset(); }
+    bool closed() const { return !mHost; }
+
+    std::vector<ExtensionEntry> extensions();
+
+    /// A path or a URI, read through the stream adaptor that the manager picks.
+    std::unique_ptr<RuleFile> load(const std::string& source);
+
+    /// Bytes in memory; name, when given, names them in messages and picks the decoder.
+    std::unique_ptr<RuleFile> loadBytes(const pybind11::bytes& data,
+                                        std::optional<std::string> name);
+
+    /// What 'kov check' finds for one file: path, ok, bytes, milliseconds, error, attributes
+    /// and rules.
+    pybind11::tuple checkFile(const std::string& path);
+
+    /// The changes between the interfaces of two rule files, as tuples of section, name, kind,
+    /// class, description, old, new and the changed arguments (key, position, old, new).
+    pybind11::list diffFiles(const std::string& before, const std::string& after);
 
 private:
-    std::optional<std::string> mPath;
-};
+    const std::shared_ptr<RuntimeHost>& host();
 
-/// One extension as the manager lists it. type is 1 (stream adaptor), 2 (encoder) or
-/// 3 (decoder).
-struct ExtensionEntry {
-    std::string id;
-    int type = 0;
-    double merit = 0;
-    std::string description;
-};
-
-/// The loader library with its extensions loaded, as the core holds it. Shared by the Runtime
-/// object and every rule file decoded through it, so that the library stays until the last of
-/// them is gone.
-class RuntimeHost {
-public:
-    /// Loads the library next to the package and the extensions of its default directory and
-    /// of pluginPaths; probePlugins tries each plug-in in a helper process first.
-    RuntimeHost(const std::vector<std::string>& pluginPaths, bool probePlugins);
-
-    RuntimeHost(const RuntimeHost&) = delete;
-    RuntimeHost& operator=(const RuntimeHost&) = delete;
-
-    /// The library directory relative to the module's own file: the build tree and an install
-    /// keep the package the same distance below it.
-    static std::string libraryDir();
-
-    const std::vector<ExtensionEntry>& extensions() const { return mExtensions; }
-
-    /// A checker of its own for each call, so that threads may decode at once. Files that would
-    /// end the process are tried in kov itself, next to the library.
-    std::unique_ptr<kovhost::FileChecker> checker();
-
-    kovhost::Host& host() { return mHost; }
-
-private:
-    void readListing(size_t firstMessage);
-
-    kovhost::Host mHost;
-    std::vector<std::string> mPluginPaths;
-    std::vector<ExtensionEntry> mExtensions;
+    std::shared_ptr<RuntimeHost> mHost;
 };
 
 } // namespace kovpy
