@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -286,6 +287,19 @@ TEST(KovServeTest, KeepsServingAfterHostileFilesAndRequests) {
               413);
     EXPECT_EQ(server.exchange("NOT HTTP AT ALL\r\n\r\n").result_int(), 400);
     EXPECT_EQ(server.get("/api/file?path=%zz").result_int(), 400);
+
+    // More decodes at once than there are slots for: they wait their turn, none is dropped.
+    std::vector<std::thread> clients;
+    std::atomic<int> answered{0};
+    for (int i = 0; i < 8; ++i)
+        clients.emplace_back([&server, &answered, i] {
+            const std::string file = i % 2 ? "0/minimal.tkb" : "0/fatal.tkb";
+            if (server.get("/api/file?path=" + file).result_int() == (i % 2 ? 200 : 422))
+                ++answered;
+        });
+    for (std::thread& client : clients)
+        client.join();
+    EXPECT_EQ(answered, 8);
     EXPECT_EQ(server.getJson("/api/file?path=0/minimal.tkb")["path"], "0/minimal.tkb");
     EXPECT_EQ(server.stop(), 0);
 }

@@ -1,5 +1,6 @@
 #include "HttpServer.h"
 
+#include <cctype>
 #include <chrono>
 #include <stdexcept>
 #include <utility>
@@ -99,6 +100,8 @@ private:
                 result = self->mServer.mHandler(target);
             } catch (const std::exception& e) {
                 result = {500, "text/plain", std::string(e.what()) + "\n"};
+            } catch (...) {
+                result = {500, "text/plain", "unknown failure\n"};
             }
             net::post(self->mStream.get_executor(), [self, result = std::move(result)] {
                 self->send(self->answer(static_cast<http::status>(result.status),
@@ -111,7 +114,9 @@ private:
         const auto it = request.find(http::field::host);
         if (it == request.end())
             return false;
-        const std::string host(it->value());
+        std::string host(it->value());
+        for (char& c : host)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         if (mServer.mAllowedHosts.count(host))
             return true;
         // Served on every address: any address literal will do, but never a name, which a
@@ -167,7 +172,8 @@ private:
 
 HttpServer::HttpServer(const std::string& address, unsigned short port, HttpHandler handler,
                        size_t handlerThreads)
-    : mAcceptor(mIo), mHandler(std::move(handler)), mPool(handlerThreads) {
+    : mAcceptor(mIo), mSignals(mIo, SIGINT, SIGTERM), mHandler(std::move(handler)),
+      mPool(handlerThreads) {
     beast::error_code ec;
     const net::ip::address ip = net::ip::make_address(address, ec);
     if (ec)
@@ -211,8 +217,7 @@ void HttpServer::accept() {
 }
 
 void HttpServer::run() {
-    net::signal_set signals(mIo, SIGINT, SIGTERM);
-    signals.async_wait([this](beast::error_code, int) {
+    mSignals.async_wait([this](beast::error_code, int) {
         beast::error_code ignored;
         mAcceptor.close(ignored);
         mIo.stop();

@@ -9,6 +9,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <boost/asio/thread_pool.hpp>
 
 namespace kovhost {
@@ -52,6 +53,8 @@ private:
 
     boost::asio::io_context mIo;
     boost::asio::ip::tcp::acceptor mAcceptor;
+    // Taken at once, so that a signal that comes before run() is kept for it.
+    boost::asio::signal_set mSignals;
     std::string mHostPort;
     std::set<std::string> mAllowedHosts;
     bool mAnyAddress = false;
