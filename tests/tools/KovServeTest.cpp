@@ -275,6 +275,8 @@ TEST(KovServeTest, KeepsServingAfterHostileFilesAndRequests) {
     EXPECT_EQ(server.getJson("/api/file?path=0/fatal.tkb", 422)["error"], "nameIndex not in pool");
     EXPECT_EQ(server.getJson("/api/dump?path=0/fatal.tkb", 422)["error"], "nameIndex not in pool");
     EXPECT_EQ(server.getJson("/api/constants?path=0/fatal.tkb", 422).count("error"), 1u);
+    EXPECT_EQ(server.getJson("/api/diff?old=0/minimal.tkb&new=0/fatal.tkb", 422)["error"],
+              "0/fatal.tkb: nameIndex not in pool");
 
     const std::string huge = "X-Filler: " + std::string(16 * 1024, 'x') + "\r\n";
     EXPECT_EQ(server.exchange(request("GET", "/api/library", server.hostPort(), huge))

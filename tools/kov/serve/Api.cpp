@@ -60,6 +60,17 @@ std::string readWhole(Host& host, const std::string& path) {
 
 } // namespace
 
+/// A request that the API refuses, with the status to answer.
+class Api::Refusal : public std::runtime_error {
+public:
+    Refusal(unsigned status, const std::string& reason)
+        : std::runtime_error(reason), mStatus(status) {}
+    unsigned status() const { return mStatus; }
+
+private:
+    unsigned mStatus;
+};
+
 bool percentDecode(const std::string& text, bool plus, std::string& decoded) {
     decoded.clear();
     for (size_t i = 0; i < text.size(); ++i) {
@@ -136,8 +147,8 @@ HttpResponse Api::handle(const std::string& target) {
             return constants(query);
         if (path == "/api/diff")
             return diff(query);
-    } catch (const HttpResponse& answer) {
-        return answer;
+    } catch (const Refusal& refusal) {
+        return error(refusal.status(), refusal.what());
     }
     return error(404, "no such resource");
 }
@@ -163,10 +174,10 @@ HttpResponse Api::library() const {
 std::string Api::fileOf(const Query& query, const std::string& name) const {
     const auto it = query.find(name);
     if (it == query.end())
-        throw error(400, "the query needs " + name + "=ROOT/PATH");
+        throw Refusal(400, "the query needs " + name + "=ROOT/PATH");
     const std::string file = mLibrary.resolve(it->second);
     if (file.empty())
-        throw error(404, "no such rule file: " + it->second);
+        throw Refusal(404, "no such rule file: " + it->second);
     return file;
 }
 
@@ -234,7 +245,14 @@ HttpResponse Api::diff(const Query& query) {
         return json(200, interfaceDiffJson(mHost, mPluginPaths, oldFile, newFile, oldName,
                                            newName));
     } catch (const std::exception& e) {
-        return error(422, e.what());
+        // The reason names the file as it is on disk; the page knows it by its id.
+        std::string reason = e.what();
+        for (const auto& [file, name] : {std::pair(oldFile, oldName), std::pair(newFile, newName)})
+            if (reason.compare(0, file.size() + 2, file + ": ") == 0) {
+                reason = name + reason.substr(file.size());
+                break;
+            }
+        return error(422, reason);
     }
 }
 

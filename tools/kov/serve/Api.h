@@ -43,7 +43,9 @@ private:
     HttpResponse constants(const Query& query);
     HttpResponse diff(const Query& query);
 
-    /// The file on disk of the query's parameter name; throws an answer when there is none.
+    class Refusal;
+
+    /// The file on disk of the query's parameter name; throws a Refusal when there is none.
     std::string fileOf(const Query& query, const std::string& name) const;
 
     /// Waits for one of the decode slots; gives it back when it goes.

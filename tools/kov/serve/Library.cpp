@@ -39,7 +39,7 @@ Library::Library(Host& host, const std::vector<std::string>& pluginPaths,
     }
     rescan();
     for (size_t j = 0; j < jobs; ++j)
-        mWorkers.emplace_back(&Library::work, this, j);
+        mWorkers.emplace_back(&Library::work, this);
     mPoller = std::thread(&Library::poll, this);
 }
 
@@ -128,7 +128,7 @@ void Library::enqueue(Entry& entry) {
     mWake.notify_one();
 }
 
-void Library::work(size_t /*worker*/) {
+void Library::work() {
     FileChecker checker(mHost, mPluginPaths, true);
     std::unique_lock<std::mutex> lock(mMutex);
     for (;;) {

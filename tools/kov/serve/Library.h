@@ -77,7 +77,7 @@ private:
     /// id -> path on disk and its stamp, of every rule file under the roots now.
     std::map<std::string, std::pair<std::string, Stamp>> scan() const;
     void enqueue(Entry& entry);
-    void work(size_t worker);
+    void work();
     void poll();
 
     Host& mHost;
