@@ -38,7 +38,7 @@ const char* const FILES_NOTE =
 
 // Each command is defined beside its code.
 extern const Command INFO_COMMAND, XML_COMMAND, JSON_COMMAND, DUMP_COMMAND, CONSTANTS_COMMAND,
-    CHECK_COMMAND, DIFF_COMMAND;
+    CHECK_COMMAND, DIFF_COMMAND, SERVE_COMMAND;
 
 const Command EXTENSIONS_COMMAND = {
     "extensions", "", "list the extensions that were loaded, with merit and description",
@@ -47,7 +47,7 @@ const Command EXTENSIONS_COMMAND = {
 const std::vector<Command>& commands() {
     static const std::vector<Command> all = {
         INFO_COMMAND,  XML_COMMAND,  JSON_COMMAND, DUMP_COMMAND, CONSTANTS_COMMAND,
-        CHECK_COMMAND, DIFF_COMMAND, EXTENSIONS_COMMAND};
+        CHECK_COMMAND, DIFF_COMMAND, SERVE_COMMAND, EXTENSIONS_COMMAND};
     return all;
 }
 

@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "FileChecker.h"
 #include "InterfaceDiff.h"
+#include "JsonForms.h"
 #include "TextTable.h"
 
 namespace kovhost {
@@ -16,8 +17,6 @@ namespace kovhost {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
-
 // One file's changes; path is relative to the directories, empty for two files.
 struct FileChanges {
     std::string path;
@@ -26,11 +25,14 @@ struct FileChanges {
 
 class Comparison {
 public:
-    Comparison(Host& host, const Invocation& invocation)
-        : mLoader(host, invocation.pluginPaths, true), mBreakingOnly(invocation.has("breaking")) {}
+    /// report: say each failure on standard error as it happens.
+    Comparison(Host& host, const std::vector<std::string>& pluginPaths, bool breakingOnly,
+               bool report)
+        : mLoader(host, pluginPaths, true), mBreakingOnly(breakingOnly), mReport(report) {}
 
     std::vector<FileChanges> files;
     bool failed = false;
+    std::string firstFailure;
 
     void compareFiles(const std::string& before, const std::string& after,
                       const std::string& path) {
@@ -71,9 +73,13 @@ public:
 
 private:
     void fail(const char* reason) {
+        if (!failed)
+            firstFailure = reason;
+        failed = true;
+        if (!mReport)
+            return;
         std::cout.flush();
         std::cerr << "kov: " << reason << "\n";
-        failed = true;
     }
 
     bool decodes(const std::string& file) {
@@ -107,6 +113,7 @@ private:
 
     FileChecker mLoader;
     bool mBreakingOnly;
+    bool mReport;
 };
 
 const std::pair<const char*, const char*> SECTIONS[] = {{"files", "Files"},
@@ -149,8 +156,8 @@ Json orNull(const std::string& text) {
     return text.empty() ? Json(nullptr) : Json(text);
 }
 
-void printJson(std::ostream& out, const std::string& before, const std::string& after,
-               const std::vector<FileChanges>& files) {
+Json diffJson(const std::string& before, const std::string& after,
+              const std::vector<FileChanges>& files) {
     Json changes = Json::array();
     size_t counts[3] = {0, 0, 0};
     for (const FileChanges& file : files)
@@ -175,13 +182,12 @@ void printJson(std::ostream& out, const std::string& before, const std::string& 
             }
             changes.push_back(std::move(json));
         }
-    const Json result = {{"old", before},
-                         {"new", after},
-                         {"breaking", counts[0]},
-                         {"compatible", counts[1]},
-                         {"presentation", counts[2]},
-                         {"changes", std::move(changes)}};
-    out << result.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+    return {{"old", before},
+            {"new", after},
+            {"breaking", counts[0]},
+            {"compatible", counts[1]},
+            {"presentation", counts[2]},
+            {"changes", std::move(changes)}};
 }
 
 int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
@@ -196,13 +202,15 @@ int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
     if (oldIsDirectory != newIsDirectory)
         throw UsageError("OLD and NEW must both be rule files or both be directories");
 
-    Comparison comparison(host, invocation);
+    Comparison comparison(host, invocation.pluginPaths, invocation.has("breaking"), true);
     if (oldIsDirectory)
         comparison.compareDirectories(before, after);
     else
         comparison.compareFiles(before, after, "");
     if (invocation.has("json"))
-        printJson(out, before, after, comparison.files);
+        out << diffJson(before, after, comparison.files)
+                   .dump(2, ' ', false, Json::error_handler_t::replace)
+            << "\n";
     else if (!comparison.files.empty())
         printText(out, before, after, comparison.files);
     if (comparison.failed)
@@ -211,6 +219,16 @@ int diffRuleFiles(Host& host, const Invocation& invocation, std::ostream& out) {
 }
 
 } // namespace
+
+Json interfaceDiffJson(Host& host, const std::vector<std::string>& pluginPaths,
+                       const std::string& oldFile, const std::string& newFile,
+                       const std::string& oldName, const std::string& newName) {
+    Comparison comparison(host, pluginPaths, false, false);
+    comparison.compareFiles(oldFile, newFile, "");
+    if (comparison.failed)
+        throw std::runtime_error(comparison.firstFailure);
+    return diffJson(oldName, newName, comparison.files);
+}
 
 extern const Command DIFF_COMMAND = {
     "diff", "[--breaking] [--json] OLD NEW",

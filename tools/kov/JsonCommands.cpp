@@ -3,15 +3,13 @@
 
 #include "Commands.h"
 #include "ConstantView.h"
+#include "JsonForms.h"
 #include "RuleFileSource.h"
 #include "TextFormat.h"
 
 namespace kovhost {
 
 namespace {
-
-// Keys stay in the order they are written, which reads better than sorted.
-using Json = nlohmann::ordered_json;
 
 void write(std::ostream& out, const Json& json) {
     // Texts are valid UTF-8 already; replace guards against what the conversion let through.
@@ -102,36 +100,40 @@ Json constantJson(const programview::ConstantView& c) {
 
 int printInfoJson(Host& host, const Invocation& invocation, std::ostream& out) {
     const boost::shared_ptr<kovx::TKB> program = decodeRuleFile(host, invocation.args.front());
-    const kov::RuleFileInfo& info = *program->getProgram().ruleFileInfo;
+    write(out, ruleFileInfoJson(*program->getProgram().ruleFileInfo));
+    return 0;
+}
 
+} // namespace
+
+Json ruleFileInfoJson(const kov::RuleFileInfo& info) {
     Json attributes = Json::array();
     for (size_t i = 0; i < info.getNumAttributes(); ++i)
         attributes.push_back(entryJson(*info.getAttribute(i)));
     Json rules = Json::array();
     for (size_t i = 0; i < info.getNumRules(); ++i)
         rules.push_back(entryJson(*info.getRule(i)));
-    write(out, {{"attributes", std::move(attributes)},
-                {"rules", std::move(rules)},
-                {"annotations", annotationsJson(info)}});
-    return 0;
+    return {{"attributes", std::move(attributes)},
+            {"rules", std::move(rules)},
+            {"annotations", annotationsJson(info)}};
 }
 
-} // namespace
-
-int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out) {
-    const boost::shared_ptr<kovx::TKB> rules = decodeRuleFile(host, invocation.args.front());
-    const kovx::TKBProgram& program = rules->getProgram();
-
+Json ruleProgramJson(const kovx::TKBProgram& program) {
     Json constants = Json::array();
     for (const kovx::TKBConstant* c : program.constants)
         constants.push_back(c ? constantJson(programview::ConstantView(*c)) : Json(nullptr));
     Json methodIndex = Json::object();
     for (const auto& [key, index] : program.methodIndex)
         methodIndex[utf8(key)] = index;
-    write(out, {{"constants", std::move(constants)},
-                {"fieldRefs", program.fieldRefs},
-                {"enumTypes", program.enumTypes},
-                {"methodIndex", std::move(methodIndex)}});
+    return {{"constants", std::move(constants)},
+            {"fieldRefs", program.fieldRefs},
+            {"enumTypes", program.enumTypes},
+            {"methodIndex", std::move(methodIndex)}};
+}
+
+int printConstantsJson(Host& host, const Invocation& invocation, std::ostream& out) {
+    const boost::shared_ptr<kovx::TKB> rules = decodeRuleFile(host, invocation.args.front());
+    write(out, ruleProgramJson(rules->getProgram()));
     return 0;
 }
 
