@@ -26,4 +26,4 @@ configure_file(cmake/kov-extension.pc.in ${CMAKE_BINARY_DIR}/pkgconfig/kov-exten
 install(FILES ${CMAKE_BINARY_DIR}/pkgconfig/kov.pc ${CMAKE_BINARY_DIR}/pkgconfig/kov-extension.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES README.md docs/plugins.md docs/architecture.md DESTINATION ${KOV_INSTALL_DOCDIR})
+install(FILES README.md docs/plugins.md docs/architecture.md docs/python.md DESTINATION ${KOV_INSTALL_DOCDIR})
