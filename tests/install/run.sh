@@ -34,7 +34,7 @@ for file in bin/kov include/kov/Api.h include/kov/Version.h include/kovx/Plugin.
             lib/kov-extensions/libkov_filesystem.so lib/cmake/kov/kovConfig.cmake \
             lib/cmake/kov/kovConfigVersion.cmake lib/pkgconfig/kov.pc \
             lib/pkgconfig/kov-extension.pc share/doc/kov/README.md share/doc/kov/plugins.md \
-            share/doc/kov/architecture.md libexec/kov/kov-plugin-probe; do
+            share/doc/kov/architecture.md libexec/kov/kov-plugin-probe share/kov/web/index.html; do
   [ -f "$prefix/$file" ] || fail "not installed: $file"
 done
 for lib in kov_core kov_loader; do
