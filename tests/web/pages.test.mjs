@@ -114,6 +114,22 @@ test('diff of the two examples puts the breaking changes first', async () => {
   await page.close();
 });
 
+test('diff page starts with the pair given to kov serve --diff', async () => {
+  const examples = EXAMPLES();
+  const old = path.join(examples, 'building.tkb');
+  const given = await startServer(['--diff', old, path.join(examples, 'minimal.tkb'), examples]);
+  const page = await browser.newPage();
+  try {
+    await page.goto(new URL('/diff.html', given.url).href);
+    await page.waitForSelector('body[data-loaded]');
+    assert.ok((await page.locator('#summary').innerText()).startsWith(`${old} → `));
+    assert.equal(await page.locator('#changes tr.change').first().getAttribute('data-class'), 'breaking');
+  } finally {
+    await page.close();
+    given.stop();
+  }
+});
+
 test('a replaced file updates its row and its page without a reload', async () => {
   const library = await open('/');
   const file = await open('/file.html?path=1/later.tkb');
