@@ -31,6 +31,12 @@ function renderFileAnnotations(annotations) {
     list.append(el('li', { class: 'muted' }, 'none'));
 }
 
+// A file that does not decode has no panel, rules or class view: only its reason is shown.
+function showSections(visible) {
+  for (const section of document.querySelectorAll('section'))
+    section.hidden = !visible;
+}
+
 // Fetches everything again and redraws only when the file's content has changed, so that the
 // values set in the panel survive changes elsewhere in the library.
 async function load() {
@@ -42,6 +48,7 @@ async function load() {
     shown = null;
     errorBox.hidden = false;
     errorBox.textContent = `${path}: ${error.message}`;
+    showSections(false);
     return;
   }
   const key = JSON.stringify([file, dump.text]);
@@ -49,6 +56,7 @@ async function load() {
     return;
   shown = key;
   errorBox.hidden = true;
+  showSections(true);
   renderPanel(document.getElementById('groups'), file.attributes);
   renderRules(file.rules);
   renderFileAnnotations(file.annotations);

@@ -24,7 +24,8 @@ function render() {
     shown = [...shown.filter((f) => f.status === 'failed'), ...shown.filter((f) => f.status !== 'failed')];
   body.replaceChildren(...shown.map(row));
   if (shown.length === 0)
-    body.append(el('tr', {}, el('td', { colspan: 5, class: 'muted' }, 'No rule files match.')));
+    body.append(el('tr', {}, el('td', { colspan: 5, class: 'muted' },
+      files.length === 0 ? 'No rule files under the served paths.' : 'No rule files match the filter.')));
 }
 
 function showProgress({ done, total }) {
