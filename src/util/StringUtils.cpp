@@ -1,6 +1,7 @@
 #include "util/StringUtils.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <cwchar>
 #include <sstream>
@@ -32,14 +33,28 @@ const std::wstring& StringUtils::HEXCHARS_W() { static const std::wstring s = HE
 std::string StringUtils::toUTF8FromUTF32(const std::wstring& s) { return utf_to_utf<char>(s, skip); }
 
 std::wstring StringUtils::toUTF32FromUTF8(std::string_view s) {
-    // Rule file texts are nearly all ASCII, which widens byte for byte in one allocation. An
-    // ASCII byte always ends a character, so the rest decodes the same on its own.
+    // Rule file texts are nearly all ASCII, which widens byte for byte into a string sized once.
+    // The bytes are tested and widened eight at a time; an ASCII byte always ends a character, so
+    // whatever follows the ASCII run decodes the same on its own.
+    const size_t size = s.size();
+    const auto* in = reinterpret_cast<const unsigned char*>(s.data());
+    std::wstring out(size, L'\0');
+    wchar_t* to = out.data();
     size_t ascii = 0;
-    while (ascii < s.size() && static_cast<unsigned char>(s[ascii]) < 0x80)
-        ++ascii;
-    std::wstring out(s.begin(), s.begin() + static_cast<std::ptrdiff_t>(ascii));
-    if (ascii < s.size())
-        out += utf_to_utf<wchar_t>(s.data() + ascii, s.data() + s.size(), skip);
+    for (; ascii + 8 <= size; ascii += 8) {
+        uint64_t word;
+        std::memcpy(&word, in + ascii, sizeof word);
+        if (word & 0x8080808080808080ull)
+            break;
+        for (size_t k = 0; k < 8; ++k)
+            to[ascii + k] = static_cast<wchar_t>(in[ascii + k]);
+    }
+    for (; ascii < size && in[ascii] < 0x80; ++ascii)
+        to[ascii] = static_cast<wchar_t>(in[ascii]);
+    if (ascii < size) {
+        out.resize(ascii);
+        out += utf_to_utf<wchar_t>(s.data() + ascii, s.data() + size, skip);
+    }
     return out;
 }
 

@@ -24,6 +24,18 @@ TEST(StringUtilsTest, Utf8ConversionRoundTripsAndSkipsWhatCannotBeEncoded) {
     EXPECT_EQ(std::wcscmp(array.get(), L"\u00e9t\u00e9"), 0);
 }
 
+// The ASCII run is widened in blocks of eight bytes: the first other byte may fall anywhere in or
+// after a block, and a damaged sequence may sit right at its edge.
+TEST(StringUtilsTest, Utf8ConversionIsTheSameWhereverTheAsciiRunEnds) {
+    for (size_t run = 0; run <= 20; ++run) {
+        const std::string ascii(run, 'a');
+        std::wstring wide(run, L'a');
+        EXPECT_EQ(StringUtils::toUTF32FromUTF8(ascii), wide) << run;
+        EXPECT_EQ(StringUtils::toUTF32FromUTF8(ascii + "\xc3\xa9z"), wide + L"\u00e9z") << run;
+        EXPECT_EQ(StringUtils::toUTF32FromUTF8(ascii + "\xffz"), wide + L"z") << run;
+    }
+}
+
 TEST(StringUtilsTest, NarrowWideByCodeUnit) {
     EXPECT_EQ(StringUtils::toOSWideFromOSNarrow("a\xe9"), std::wstring(L"a\u00e9"));
     EXPECT_EQ(StringUtils::toOSNarrowFromOSWide(L"a\u0141"), std::string("a\x41"));
