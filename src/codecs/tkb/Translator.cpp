@@ -175,17 +175,18 @@ class OwnMethodTable {
 
 class Translator {
   public:
-    Translator(kovx::TKBProgram& program, const ClassInfo& classFile, size_t memoryLimit)
+    Translator(kovx::TKBProgram& program, const ClassInfo& classFile, MemoryBudget& budget)
         : mProgram(program), mClass(classFile), mPool(*classFile.constant_pool),
           // Deliberately signed: a pool of 32768 or more slots is not translated.
           mPoolCount(static_cast<int16_t>(classFile.constant_pool_count)),
-          mOwnMethods(classFile.methods.size()), mBudget(memoryLimit) {}
+          mOwnMethods(classFile.methods.size()), mBudget(budget) {}
 
+    /// Translates the constants; the rule file info is built once the translator's own tables
+    /// are gone.
     void run() {
         mapOwnMethods();
         findBuiltinsClass();
         translateConstants();
-        mProgram.ruleFileInfo = fillRuleFileInfo(mClass, mBudget);
     }
 
   private:
@@ -238,6 +239,14 @@ class Translator {
     void translateConstants() {
         // A negative count fails here with the standard library's length error; kept so.
         mProgram.constants.reserve(static_cast<size_t>(static_cast<int64_t>(mPoolCount)));
+        // The table takes every slot at once and is cut back after the last constant stored,
+        // whether the translation ends or fails: one step instead of a growth per constant.
+        mProgram.constants.resize(static_cast<size_t>(mPoolCount));
+        struct CutAfterLastStored {
+            std::vector<TKBConstant*>& constants;
+            const size_t& end;
+            ~CutAfterLastStored() { constants.resize(end); }
+        } cut{mProgram.constants, mStoredEnd};
         for (int32_t i = 0; i < mPoolCount; ++i) {
             const classfile::ConstantPoolEntry* entry = mPool.get(static_cast<uint32_t>(i));
             if (!entry)
@@ -449,11 +458,11 @@ class Translator {
 
     // Hands value to the program at pool index i; nothing leaks if growing the table fails.
     template <typename T> void store(int32_t i, uint32_t kind, std::unique_ptr<T> value) {
-        mProgram.constants.resize(static_cast<size_t>(i) + 1);
         auto constant = std::make_unique<TKBConstant>();
         constant->kind = kind;
         constant->value = value.release();
         mProgram.constants[static_cast<size_t>(i)] = constant.release();
+        mStoredEnd = static_cast<size_t>(i) + 1;
     }
 
     kovx::TKBProgram& mProgram;
@@ -470,7 +479,9 @@ class Translator {
     std::unordered_map<uint32_t, std::string_view> mClassNames;
     /// Lookup key, reused so that lookups do not allocate.
     std::string mKey;
-    MemoryBudget mBudget;
+    /// One past the last constant stored.
+    size_t mStoredEnd = 0;
+    MemoryBudget& mBudget;
 };
 
 } // namespace
@@ -478,7 +489,9 @@ class Translator {
 void translate(kovx::TKBProgram& program, std::istream& input, size_t memoryLimit) {
     classfile::ByteStream stream(input);
     const auto classFile = std::make_unique<ClassInfo>(stream);
-    Translator(program, *classFile, memoryLimit).run();
+    MemoryBudget budget(memoryLimit);
+    Translator(program, *classFile, budget).run();
+    program.ruleFileInfo = fillRuleFileInfo(*classFile, budget);
 }
 
 } // namespace tkb
