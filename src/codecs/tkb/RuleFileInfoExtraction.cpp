@@ -446,11 +446,18 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
         const MethodInfo* method;
         AnnotationView annotation;
         size_t composedTexts;
-        size_t attributes;
-        size_t rules;
+        uint32_t attributes;
+        uint32_t rules;
         EntryKind last;
     };
+    // Sized once for every annotation there is: the list lives on while the entries are built,
+    // when the heap is at its fullest.
+    size_t annotationCount = 0;
+    for (const auto& method : classFile.methods)
+        if (const auto* annotations = visibleAnnotations(method->attributes))
+            annotationCount += annotations->annotations.size();
     std::vector<Marked> marked;
+    marked.reserve(annotationCount);
     size_t attributeCount = 0;
     size_t ruleCount = 0;
     for (const auto& method : classFile.methods) {
