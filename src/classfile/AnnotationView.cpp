@@ -53,38 +53,9 @@ void walkAnnotation(ByteStream& in, unsigned depth) {
 
 } // namespace
 
-bool ElementValueView::isConstantTag(uint8_t tag) {
-    switch (tag) {
-    case 'B':
-    case 'C':
-    case 'D':
-    case 'F':
-    case 'I':
-    case 'J':
-    case 'S':
-    case 'Z':
-    case 's': return true;
-    default: return false;
-    }
-}
-
 namespace {
 
-// The size of a value of each tag that has no nested values, tag byte included; 0 for '@' and
-// '[', which nest.
-struct FlatSizes {
-    uint8_t bytes[256];
-    constexpr FlatSizes() : bytes() {
-        for (int t = 0; t < 256; ++t)
-            bytes[t] = 1;
-        for (const char t : {'B', 'C', 'D', 'F', 'I', 'J', 'S', 'Z', 's', 'c'})
-            bytes[static_cast<uint8_t>(t)] = 3;
-        bytes[static_cast<uint8_t>('e')] = 5;
-        bytes[static_cast<uint8_t>('@')] = 0;
-        bytes[static_cast<uint8_t>('[')] = 0;
-    }
-};
-constexpr FlatSizes FLAT_SIZES;
+constexpr const FlatValueSizes& FLAT_SIZES = FLAT_VALUE_SIZES;
 
 // The end of the unnamed value at p, in bytes that were walked when they were read: the walk below
 // without its tests, which the rule file info extraction runs for every value it steps over.
@@ -163,7 +134,7 @@ size_t valueEndAt(const uint8_t* base, size_t pos, size_t len, unsigned depth) {
 
 } // namespace
 
-const uint8_t* ElementValueView::end() const {
+const uint8_t* ElementValueView::nestedEnd() const {
     return endOfValue(body());
 }
 

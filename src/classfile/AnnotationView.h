@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "classfile/ByteCursor.h"
 
@@ -19,6 +20,22 @@ class AnnotationView;
 
 /// Nesting of annotations and arrays beyond this many levels is refused.
 constexpr unsigned MAX_ANNOTATION_DEPTH = 64;
+
+/// The size of an element value of each tag that has no nested values, tag byte included; 0 for
+/// '@' and '[', which nest. Any other byte ends the value, so its size is 1.
+struct FlatValueSizes {
+    uint8_t bytes[256];
+    constexpr FlatValueSizes() : bytes() {
+        for (int t = 0; t < 256; ++t)
+            bytes[t] = 1;
+        for (const char t : {'B', 'C', 'D', 'F', 'I', 'J', 'S', 'Z', 's', 'c'})
+            bytes[static_cast<uint8_t>(t)] = 3;
+        bytes[static_cast<uint8_t>('e')] = 5;
+        bytes[static_cast<uint8_t>('@')] = 0;
+        bytes[static_cast<uint8_t>('[')] = 0;
+    }
+};
+inline constexpr FlatValueSizes FLAT_VALUE_SIZES;
 
 /// One element value; named when it is a member of an annotation's pairs.
 class ElementValueView {
@@ -83,17 +100,22 @@ public:
     /// The members of an array value ('['); none for any other tag.
     Range values() const;
 
-    /// The first byte after the value.
-    const uint8_t* end() const;
+    /// The first byte after the value. Inline for the flat values that nearly all are.
+    const uint8_t* end() const {
+        const uint8_t flat = FLAT_VALUE_SIZES.bytes[*body()];
+        return flat ? body() + flat : nestedEnd();
+    }
 
     /// As AnnotationView::read, for one element value.
     static ElementValueView read(ByteStream& in, bool named, unsigned depth = 0);
 
-    /// The primitive and string constant tags, which carry a const_value_index.
-    static bool isConstantTag(uint8_t tag);
+    /// The primitive and string constant tags, which carry a const_value_index: the flat ones of
+    /// three bytes but 'c'.
+    static bool isConstantTag(uint8_t tag) { return FLAT_VALUE_SIZES.bytes[tag] == 3 && tag != 'c'; }
 
 private:
     const uint8_t* body() const { return mNamed ? mAt + 2 : mAt; }
+    const uint8_t* nestedEnd() const;
 
     const uint8_t* mAt;
     bool mNamed;
