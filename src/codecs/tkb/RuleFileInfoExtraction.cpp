@@ -109,10 +109,21 @@ void forEachEntryMark(const ConstantPool& pool, AnnotationView marker, MemoryBud
                       Take take) {
     std::string nameScratch;
     std::string markScratch;
-    for (const ElementValueView value : nestedOf(marker)) {
-        if (value.tag() != '@')
+    const ElementList nested = nestedOf(marker);
+    for (auto it = nested.begin(); it != nested.end();) {
+        const ElementValueView value = *it;
+        if (value.tag() != '@') {
+            ++it;
             continue;
-        for (const ElementValueView pair : value.annotationValue().elementValuePairs()) {
+        }
+        // The pairs are stepped over one by one, so the last one's end is where the next nested
+        // annotation starts: the nested annotation is not walked a second time to find it.
+        const AnnotationView annotation = value.annotationValue();
+        const ElementList pairs = annotation.elementValuePairs();
+        const uint8_t* after = pairs.empty() ? annotation.end() : nullptr;
+        for (auto pairIt = pairs.begin(); pairIt != pairs.end(); pairIt.moveTo(after)) {
+            const ElementValueView pair = *pairIt;
+            after = pair.end();
             if (elementName(pool, pair, nameScratch, budget) != NAME_ELEMENT)
                 continue;
             const std::string_view mark = elementText(pool, pair, markScratch, budget);
@@ -121,6 +132,7 @@ void forEachEntryMark(const ConstantPool& pool, AnnotationView marker, MemoryBud
             else if (mark == RULE_MARK)
                 take(EntryKind::Rule);
         }
+        it.moveTo(after);
     }
 }
 
