@@ -456,7 +456,8 @@ class Translator {
         mProgram.methodIndex.insert_or_assign(std::move(key), i);
     }
 
-    // Hands value to the program at pool index i; nothing leaks if growing the table fails.
+    // Hands value to the program at pool index i, whose slot the table already has; nothing
+    // leaks if making the constant fails.
     template <typename T> void store(int32_t i, uint32_t kind, std::unique_ptr<T> value) {
         auto constant = std::make_unique<TKBConstant>();
         constant->kind = kind;
