@@ -97,7 +97,7 @@ std::wstring wideText(const ConstantPool& pool, ElementValueView value, std::str
 }
 
 // fillAnnotation, returning the end of the nested annotation, which it walks whole.
-const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& annotation,
+const uint8_t* fillAnnotationAt(const ConstantPool& pool, AnnotationImpl& annotation,
                                 AnnotationView nested, MemoryBudget& budget);
 
 enum class EntryKind { Attribute, Rule };
@@ -138,7 +138,7 @@ void forEachEntryMark(const ConstantPool& pool, AnnotationView marker, MemoryBud
 
 // Gives owner (the rule file info or an entry) one annotation per nested annotation of the marker.
 template <typename Owner>
-void fillAnnotationList(const ClassInfo& classFile, AnnotationView marker, Owner& owner,
+void fillAnnotationList(const ConstantPool& pool, AnnotationView marker, Owner& owner,
                         MemoryBudget& budget) {
     const ElementList nested = nestedOf(marker);
     budget.charge(sizeof(AnnotationImpl) * nested.size(), "the annotations of its rule file info");
@@ -147,7 +147,7 @@ void fillAnnotationList(const ClassInfo& classFile, AnnotationView marker, Owner
     for (auto it = nested.begin(); it != nested.end(); ++k) {
         const ElementValueView value = *it;
         if (value.tag() == '@')
-            it.moveTo(fillAnnotationAt(classFile, owner.annotations[k], value.annotationValue(),
+            it.moveTo(fillAnnotationAt(pool, owner.annotations[k], value.annotationValue(),
                                        budget));
         else
             ++it;
@@ -177,19 +177,38 @@ void applySortAnnotations(EntryImpl& entry, MemoryBudget& budget) {
     }
 }
 
-// types is scratch room for the descriptor's type codes, reused from entry to entry.
-void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& method,
-               const classfile::AttributeLocalVariableTable* locals, AnnotationView marker,
-               std::vector<int32_t>& types, MemoryBudget& budget) {
-    const ConstantPool& pool = *classFile.constant_pool;
+} // namespace
+
+// What an entry needs of its method, kept apart from the class model: the name and descriptor
+// indices and, in the builder's list, the name indices of the method's local variables.
+struct RuleFileInfoBuilder::Marked {
+    AnnotationView annotation;
+    /// The texts composed from other pool entries that looking at the annotation charged.
+    size_t composedTexts;
+    uint32_t attributes;
+    uint32_t rules;
+    uint32_t localsBegin;
+    uint32_t localCount;
+    uint16_t nameIndex;
+    uint16_t descriptorIndex;
+    EntryKind last;
+};
+
+namespace {
+
+// types is scratch room for the descriptor's type codes, reused from entry to entry; localNames
+// are the name indices of the method's first local variable table, empty when it has none.
+void fillEntry(const ConstantPool& pool, EntryImpl& entry, uint16_t nameIndex,
+               uint16_t descriptorIndex, const uint16_t* localNames, size_t localCount,
+               AnnotationView marker, std::vector<int32_t>& types, MemoryBudget& budget) {
     std::string scratch;
     const std::string_view methodName =
-        poolText(pool, method.name_index, "a member name", scratch, budget);
+        poolText(pool, nameIndex, "a member name", scratch, budget);
     budget.chargeWide(methodName.size(), "the names of its entries");
     entry.name = widen(entryName(methodName));
 
     const int32_t count = parseMethodDescriptor(
-        poolText(pool, method.descriptor_index, "a member descriptor", scratch, budget), &types);
+        poolText(pool, descriptorIndex, "a member descriptor", scratch, budget), &types);
     entry.returnType = types[0];
 
     budget.charge(sizeof(ParameterImpl) * static_cast<size_t>(count),
@@ -198,9 +217,9 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
     for (int32_t k = 0; k < count; ++k) {
         ParameterImpl& parameter = entry.parameters[k];
         parameter.type = types[k + 1];
-        if (locals && static_cast<size_t>(k) < locals->local_variable_table.size()) {
-            const std::string_view name = poolText(pool, locals->local_variable_table[k].name_index,
-                                                   "a parameter name", scratch, budget);
+        if (static_cast<size_t>(k) < localCount) {
+            const std::string_view name =
+                poolText(pool, localNames[k], "a parameter name", scratch, budget);
             budget.chargeWide(name.size(), "the parameter names of its entries");
             parameter.name = widen(name);
         } else {
@@ -210,7 +229,7 @@ void fillEntry(const ClassInfo& classFile, EntryImpl& entry, const MethodInfo& m
         }
     }
 
-    fillAnnotationList(classFile, marker, entry, budget);
+    fillAnnotationList(pool, marker, entry, budget);
 
     entry.order = -count;
     applySortAnnotations(entry, budget);
@@ -343,15 +362,14 @@ Field fieldOf(std::string_view name) {
 
 void fillAnnotation(const ClassInfo& classFile, AnnotationImpl& annotation,
                     AnnotationView nested, MemoryBudget& budget) {
-    fillAnnotationAt(classFile, annotation, nested, budget);
+    fillAnnotationAt(*classFile.constant_pool, annotation, nested, budget);
 }
 
 namespace {
 
-const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& annotation,
+const uint8_t* fillAnnotationAt(const ConstantPool& pool, AnnotationImpl& annotation,
                                 AnnotationView nested, MemoryBudget& budget) {
     static const char* const ARGUMENT_TEXTS = "the texts of its annotation arguments";
-    const ConstantPool& pool = *classFile.constant_pool;
 
     annotation.setNumArguments(0);
     bool sized = false;
@@ -440,36 +458,26 @@ const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& anno
 
 } // namespace
 
-RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& budget) {
+RuleFileInfoBuilder::RuleFileInfoBuilder(const ClassInfo& classFile, MemoryBudget& budget)
+    : mInfo(std::make_unique<RuleFileInfoImpl>()), mBudget(budget) {
     const ConstantPool& pool = *classFile.constant_pool;
-    auto info = std::make_unique<RuleFileInfoImpl>();
-
     if (const auto* fileAnnotations = visibleAnnotations(classFile.attributes)) {
         for (const AnnotationView annotation : fileAnnotations->annotations) {
             if (isMarker(pool, annotation, budget))
-                fillAnnotationList(classFile, annotation, *info, budget);
+                fillAnnotationList(pool, annotation, *mInfo, budget);
         }
     }
 
     // One look at every method's annotations finds the marks; the entries are filled from what it
     // found. Texts composed from other pool entries were charged while looking; each is charged
     // once more where the fill would have looked again, as when the fill looked for itself.
-    struct Marked {
-        const MethodInfo* method;
-        AnnotationView annotation;
-        size_t composedTexts;
-        uint32_t attributes;
-        uint32_t rules;
-        EntryKind last;
-    };
-    // Sized once for every annotation there is: the list lives on while the entries are built,
-    // when the heap is at its fullest.
+    // The list is sized once for every annotation there is: it lives on while the entries are
+    // built, when the heap is at its fullest.
     size_t annotationCount = 0;
     for (const auto& method : classFile.methods)
         if (const auto* annotations = visibleAnnotations(method->attributes))
             annotationCount += annotations->annotations.size();
-    std::vector<Marked> marked;
-    marked.reserve(annotationCount);
+    mMarked.reserve(annotationCount);
     size_t attributeCount = 0;
     size_t ruleCount = 0;
     for (const auto& method : classFile.methods) {
@@ -478,7 +486,8 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
             continue;
         for (const AnnotationView annotation : annotations->annotations) {
             const size_t spentBefore = budget.spent();
-            Marked mark{method.get(), annotation, 0, 0, 0, EntryKind::Attribute};
+            Marked mark{annotation, 0, 0, 0, 0, 0, method->name_index, method->descriptor_index,
+                        EntryKind::Attribute};
             const bool marker = isMarker(pool, annotation, budget);
             if (marker)
                 forEachEntryMark(pool, annotation, budget, [&](EntryKind kind) {
@@ -486,36 +495,61 @@ RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& bud
                     mark.last = kind;
                 });
             mark.composedTexts = budget.spent() - spentBefore;
+            if (mark.attributes + mark.rules > 0)
+                keepLocalNames(mark, localVariables(*method));
             if (mark.attributes + mark.rules > 0 || mark.composedTexts > 0)
-                marked.push_back(mark);
+                mMarked.push_back(mark);
             attributeCount += mark.attributes;
             ruleCount += mark.rules;
         }
     }
     budget.charge(sizeof(EntryImpl) * (attributeCount + ruleCount),
                   "the entries of its rule file info");
-    info->setNumAttributes(attributeCount);
-    info->setNumRules(ruleCount);
+    mInfo->setNumAttributes(attributeCount);
+    mInfo->setNumRules(ruleCount);
+}
 
+RuleFileInfoBuilder::~RuleFileInfoBuilder() = default;
+
+void RuleFileInfoBuilder::keepLocalNames(Marked& mark,
+                                         const classfile::AttributeLocalVariableTable* locals) {
+    mark.localsBegin = static_cast<uint32_t>(mLocalNames.size());
+    if (!locals)
+        return;
+    for (const auto& local : locals->local_variable_table)
+        mLocalNames.push_back(local.name_index);
+    mark.localCount = static_cast<uint32_t>(locals->local_variable_table.size());
+}
+
+RuleFileInfoImpl* RuleFileInfoBuilder::finish(const ConstantPool& pool) {
+    RuleFileInfoImpl& info = *mInfo;
     // An annotation with several marks takes a slot for each and fills the last one.
     size_t nextAttribute = 0;
     size_t nextRule = 0;
     std::vector<int32_t> types;
-    for (const Marked& mark : marked) {
-        budget.charge(mark.composedTexts, "the texts composed from other pool entries");
+    for (const Marked& mark : mMarked) {
+        mBudget.charge(mark.composedTexts, "the texts composed from other pool entries");
         if (mark.attributes + mark.rules == 0)
             continue;
         nextAttribute += mark.attributes;
         nextRule += mark.rules;
-        EntryImpl& taken = mark.last == EntryKind::Attribute ? info->attributes[nextAttribute - 1]
-                                                             : info->rules[nextRule - 1];
-        fillEntry(classFile, taken, *mark.method, localVariables(*mark.method), mark.annotation,
-                  types, budget);
+        EntryImpl& taken = mark.last == EntryKind::Attribute ? info.attributes[nextAttribute - 1]
+                                                             : info.rules[nextRule - 1];
+        fillEntry(pool, taken, mark.nameIndex, mark.descriptorIndex,
+                  mark.localCount ? mLocalNames.data() + mark.localsBegin : nullptr,
+                  mark.localCount, mark.annotation, types,
+                  mBudget);
     }
+    mMarked = std::vector<Marked>();
+    mLocalNames = std::vector<uint16_t>();
 
-    sortForPresentation(info->attributes, info->numAttributes);
-    sortForPresentation(info->rules, info->numRules);
-    return info.release();
+    sortForPresentation(info.attributes, info.numAttributes);
+    sortForPresentation(info.rules, info.numRules);
+    return mInfo.release();
+}
+
+RuleFileInfoImpl* fillRuleFileInfo(const ClassInfo& classFile, MemoryBudget& budget) {
+    return RuleFileInfoBuilder(classFile, budget).finish(*classFile.constant_pool);
 }
 
 } // namespace tkb

@@ -4,6 +4,7 @@
 // parameters and annotations, read from the rule compiler's marker annotations.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +15,9 @@ class RuleFileInfoImpl;
 #include "classfile/AnnotationView.h"
 
 namespace classfile {
+class AttributeLocalVariableTable;
 class ClassInfo;
+class ConstantPool;
 } // namespace classfile
 
 namespace tkb {
@@ -43,5 +46,31 @@ void fillAnnotation(const classfile::ClassInfo& classFile, AnnotationImpl& annot
 /// A new rule file info for the class file, attributes and rules sorted for presentation. What it
 /// builds is charged to budget, the decode's one budget. The caller owns the result.
 RuleFileInfoImpl* fillRuleFileInfo(const classfile::ClassInfo& classFile, MemoryBudget& budget);
+
+/// fillRuleFileInfo in two steps, between which the class model may go but its pool: the
+/// entries, the largest part of the info, then share the heap with the pool alone.
+class RuleFileInfoBuilder {
+public:
+    /// Fills the file's own annotations and finds which method annotations mark attributes and
+    /// rules, keeping the little the entries need of their methods.
+    RuleFileInfoBuilder(const classfile::ClassInfo& classFile, MemoryBudget& budget);
+    ~RuleFileInfoBuilder();
+    RuleFileInfoBuilder(const RuleFileInfoBuilder&) = delete;
+    RuleFileInfoBuilder& operator=(const RuleFileInfoBuilder&) = delete;
+
+    /// Fills the entries through pool, the pool of the model given to the constructor, sorts
+    /// them and hands over the rule file info. Once only.
+    RuleFileInfoImpl* finish(const classfile::ConstantPool& pool);
+
+private:
+    struct Marked;
+    void keepLocalNames(Marked& mark, const classfile::AttributeLocalVariableTable* locals);
+
+    std::unique_ptr<RuleFileInfoImpl> mInfo;
+    std::vector<Marked> mMarked;
+    /// The local variable names of the marked methods, each method's a run of them.
+    std::vector<uint16_t> mLocalNames;
+    MemoryBudget& mBudget;
+};
 
 } // namespace tkb

@@ -492,7 +492,8 @@ void translate(kovx::TKBProgram& program, std::istream& input, size_t memoryLimi
     const auto classFile = std::make_unique<ClassInfo>(stream);
     MemoryBudget budget(memoryLimit);
     Translator(program, *classFile, budget).run();
-    program.ruleFileInfo = fillRuleFileInfo(*classFile, budget);
+    RuleFileInfoBuilder info(*classFile, budget);
+    program.ruleFileInfo = info.finish(*classFile->constant_pool);
 }
 
 } // namespace tkb
