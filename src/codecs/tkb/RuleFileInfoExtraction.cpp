@@ -387,9 +387,9 @@ const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& anno
                 valueEnd = value.end();
                 next.moveTo(valueEnd);
             }
-            const uint32_t constant = present ? value.constValueIndex() : 0;
+            const uint32_t constantIndex = present ? value.constValueIndex() : 0;
             const std::optional<int32_t> integer =
-                present ? pool.integerAt(constant) : std::nullopt;
+                present ? pool.integerAt(constantIndex) : std::nullopt;
             switch (field) {
             case TYPES: {
                 const int32_t code = integer.value_or(0);
@@ -406,7 +406,7 @@ const uint8_t* fillAnnotationAt(const ClassInfo& classFile, AnnotationImpl& anno
                 break;
             case BVALS: argument.boolValue = integer && *integer != 0; break;
             case DVALS:
-                argument.floatValue = present ? pool.doubleAt(constant).value_or(0.0) : 0.0;
+                argument.floatValue = present ? pool.doubleAt(constantIndex).value_or(0.0) : 0.0;
                 break;
             case SVALS:
                 argument.strValue =
