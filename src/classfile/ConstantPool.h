@@ -203,6 +203,7 @@ private:
         /// the first index in the high half, the second in the low half.
         uint32_t payload = 0;
     };
+    static_assert(sizeof(Slot) == 8, "a slot takes eight bytes");
 
     static uint16_t readU2At(const char* at) {
         const auto* p = reinterpret_cast<const uint8_t*>(at);
