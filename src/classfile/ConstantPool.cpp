@@ -374,13 +374,15 @@ ArenaPtr<ConstantPoolEntry> ConstantPool::makeEntry(uint32_t index) const {
 ArenaPtr<ConstantPoolEntry> ConstantPool::makeFromInput(ConstantTag tag, const char* bytes) const {
     switch (tag) {
     case ConstantTag::Utf8:
-        return makeInArena<CPEUtf8>(mArena, InputText{std::string_view(bytes, readU2At(bytes - 2))});
+        return makeInArena<CPEUtf8>(mArena,
+                                    InputText{std::string_view(bytes, readU2At(bytes - 2))});
     case ConstantTag::Unicode:
         return makeInArena<CPEUnicode>(mArena,
                                        InputText{std::string_view(bytes, readU4At(bytes - 4))});
     case ConstantTag::Long:
         return makeInArena<CPELong>(mArena, static_cast<int64_t>(readU8At(bytes)));
-    case ConstantTag::Double: return makeInArena<CPEDouble>(mArena, fromBits<double>(readU8At(bytes)));
+    case ConstantTag::Double:
+        return makeInArena<CPEDouble>(mArena, fromBits<double>(readU8At(bytes)));
     default: throw std::logic_error("constant pool entry of this kind has no bytes in the input");
     }
 }
@@ -392,9 +394,13 @@ ConstantPool::Slot ConstantPool::slotOf(const ConstantPoolEntry& entry) {
     case ConstantTag::Integer:
         slot.payload = static_cast<uint32_t>(static_cast<const CPEInteger&>(entry).value);
         break;
-    case ConstantTag::Float: slot.payload = bitsOf(static_cast<const CPEFloat&>(entry).value); break;
+    case ConstantTag::Float:
+        slot.payload = bitsOf(static_cast<const CPEFloat&>(entry).value);
+        break;
     case ConstantTag::Class: slot.payload = static_cast<const CPEClass&>(entry).name_index; break;
-    case ConstantTag::String: slot.payload = static_cast<const CPEString&>(entry).string_index; break;
+    case ConstantTag::String:
+        slot.payload = static_cast<const CPEString&>(entry).string_index;
+        break;
     case ConstantTag::FieldRef:
     case ConstantTag::MethodRef:
     case ConstantTag::InterfaceMethodRef: {

@@ -126,7 +126,8 @@ public:
         return NameAndTypeIndices{highHalf(index), lowHalf(index)};
     }
     /// The name index of the class that the reference at refIndex names; when it names no Class
-    /// entry, fails as CPERef::classEntry does. refIndex must hold a reference (see refAt).
+    /// entry, fails as CPERef::classEntry does. Raises std::invalid_argument when refIndex holds no
+    /// reference (see refAt).
     uint16_t classNameIndexOfRef(uint32_t refIndex) const {
         if (const std::optional<RefIndices> ref = refAt(refIndex))
             if (const std::optional<uint16_t> name = classNameIndexAt(ref->classIndex))
@@ -134,7 +135,8 @@ public:
         return classNameIndexOfRefEntry(refIndex);
     }
     /// The name and type that the reference at refIndex names; when it names no NameAndType
-    /// entry, fails as CPERef::nameAndType does. refIndex must hold a reference (see refAt).
+    /// entry, fails as CPERef::nameAndType does. Raises std::invalid_argument when refIndex holds
+    /// no reference (see refAt).
     NameAndTypeIndices nameAndTypeOfRef(uint32_t refIndex) const {
         if (const std::optional<RefIndices> ref = refAt(refIndex))
             if (const std::optional<NameAndTypeIndices> nat = nameAndTypeAt(ref->nameAndTypeIndex))

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <limits>
+#include <stdexcept>
 
 #include "ClassFileTestSupport.h"
 #include "util/RuntimeErrorST.h"
@@ -93,6 +94,8 @@ TEST(ConstantPoolTest, TypedReadsNeedTheirKindAndMakeNoEntries) {
     EXPECT_FALSE(pool->refAt(11));
     EXPECT_FALSE(pool->nameAndTypeAt(12));
     EXPECT_FALSE(pool->integerAt(15));
+    EXPECT_THROW(pool->classNameIndexOfRef(11), std::invalid_argument);
+    EXPECT_THROW(pool->nameAndTypeOfRef(15), std::invalid_argument);
     std::string scratch;
     EXPECT_EQ("Foo", pool->textAt(1, "a text", scratch));
     EXPECT_EQ("Foo", pool->valueAt(1, "a text"));
