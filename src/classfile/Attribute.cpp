@@ -53,9 +53,8 @@ ArenaPtr<Attribute> readKind(AttributeKind kind, ByteStream& in, ConstantPool& p
 // The name at nameIndex and the kind it names. The kind of a Utf8 name is looked up once per index;
 // other entries resolve through the pool (failing as valueAt does) into a copy in the arena.
 AttributeKind resolveName(const ConstantPool& pool, uint16_t nameIndex, std::string_view& name) {
-    const ConstantPoolEntry* entry = pool.get(nameIndex);
-    if (entry && entry->tag() == ConstantTag::Utf8) {
-        name = static_cast<const CPEUtf8*>(entry)->value;
+    if (pool.tagAt(nameIndex) == ConstantTag::Utf8) {
+        name = *pool.ownTextAt(nameIndex);
         uint8_t& known = pool.attributeKindOf(nameIndex);
         if (known == 0)
             known = static_cast<uint8_t>(static_cast<uint8_t>(attributeKindNamed(name)) + 1);

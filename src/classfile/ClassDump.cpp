@@ -142,7 +142,7 @@ void ClassDump::entryOrNone(const ConstantPoolEntry* entry) {
 
 void ClassDump::print(const ConstantPool& pool) {
     for (uint32_t i = 1; i < pool.size();) {
-        const ConstantPoolEntry* entry = pool.entries[i].get();
+        const ConstantPoolEntry* entry = pool.get(i);
         mOs << "    [" << i << "]=";
         if (entry)
             entry->print(mOs);

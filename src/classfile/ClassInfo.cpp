@@ -1,6 +1,7 @@
 #include "classfile/ClassInfo.h"
 
 #include <iostream>
+#include <optional>
 
 #include "classfile/ByteCursor.h"
 #include "classfile/ByteStream.h"
@@ -117,10 +118,14 @@ void ClassInfo::readAttributes(ByteStream& in) {
     }
 }
 
+// Only class entries have a check; one that fails it runs its own, which ends the process.
 void ClassInfo::checkPool() const {
-    for (uint32_t i = 1; i < constant_pool_count; ++i)
-        if (const ConstantPoolEntry* entry = constant_pool->get(i))
-            entry->check();
+    const ConstantPool& pool = *constant_pool;
+    for (uint32_t i = 1; i < constant_pool_count; ++i) {
+        const std::optional<uint16_t> nameIndex = pool.classNameIndexAt(i);
+        if (nameIndex && !CPEClass::passesCheck(*nameIndex, pool.size()))
+            pool.get(i)->check();
+    }
 }
 
 bool ClassInfo::mayEndProcessInCheckPass(Bytes file) {

@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "classfile/Arena.h"
@@ -17,9 +19,18 @@ namespace classfile {
 
 class ClassInfo;
 
+/// The tag of an empty slot or an index outside the pool.
+constexpr ConstantTag NO_TAG = static_cast<ConstantTag>(0);
+
 /// The constant pool of one class file: owns its entries, indexed from 1 as in the file, and the
 /// arena in which they and every other object read from the file live, together with the inputs
 /// whose bytes they view.
+///
+/// Reading keeps eight bytes per slot: the tag and a payload (a number, indices, or where the
+/// bytes lie in the input). The typed reads (tagAt, textAt, integerAt, refAt, ...) answer from
+/// these alone; entry objects are made only when get or at asks for one. Making them changes the
+/// pool, so one pool must not be read from two threads at once, even through const: each reader
+/// of a file builds a model of its own.
 class ConstantPool {
 public:
     /// The format's pool indices are 16-bit; the pool never grows past this many slots.
@@ -36,9 +47,10 @@ public:
     ConstantPool(const ConstantPool&) = delete;
     ConstantPool& operator=(const ConstantPool&) = delete;
 
-    /// The entry at index, or null for an empty slot or an index outside the pool.
+    /// The entry at index, or null for an empty slot or an index outside the pool. Entries are
+    /// made on first request and kept: the same index always gives the same object.
     const ConstantPoolEntry* get(uint32_t index) const {
-        return index < entries.size() ? entries[index].get() : nullptr;
+        return tagAt(index) == NO_TAG ? nullptr : entryAt(index);
     }
     /// Checked lookup for indices that come from the file: raises a runtime error naming what and
     /// the index when the index lies outside the pool or names an empty slot.
@@ -51,15 +63,87 @@ public:
     /// refer to nothing, so they need no guard against reference cycles; textAt is never part of a
     /// chain of references.)
     std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
-        const ConstantPoolEntry* entry = get(index);
-        if (entry) {
-            if (entry->tag() == ConstantTag::Utf8)
-                return static_cast<const CPEUtf8*>(entry)->value;
-            if (entry->tag() == ConstantTag::Unicode)
-                return static_cast<const CPEUnicode*>(entry)->value;
-        }
+        if (const std::optional<std::string_view> text = ownTextAt(index))
+            return *text;
         return textOfOtherEntry(index, what, scratch);
     }
+
+    // Typed reads of a slot. They make no entry objects; each gives nothing for an empty slot, an
+    // index outside the pool or an entry of another kind.
+
+    /// The kind of entry at index; NO_TAG for an empty slot or an index outside the pool.
+    ConstantTag tagAt(uint32_t index) const {
+        return index < mSlots.size() ? mSlots[index].tag : NO_TAG;
+    }
+    /// The text of a Utf8 or Unicode entry; it lives as long as the pool.
+    std::optional<std::string_view> ownTextAt(uint32_t index) const {
+        const ConstantTag tag = tagAt(index);
+        if (tag != ConstantTag::Utf8 && tag != ConstantTag::Unicode)
+            return std::nullopt;
+        const Slot slot = mSlots[index];
+        if (!slot.inInput)
+            return heldTextAt(index);
+        const char* text = mText + slot.payload;
+        return std::string_view(text, tag == ConstantTag::Utf8 ? readU2At(text - 2)
+                                                                : readU4At(text - 4));
+    }
+    std::optional<int32_t> integerAt(uint32_t index) const {
+        if (tagAt(index) != ConstantTag::Integer)
+            return std::nullopt;
+        return static_cast<int32_t>(mSlots[index].payload);
+    }
+    std::optional<float> floatAt(uint32_t index) const;
+    std::optional<int64_t> longAt(uint32_t index) const;
+    std::optional<double> doubleAt(uint32_t index) const;
+    /// The name index of a Class entry.
+    std::optional<uint16_t> classNameIndexAt(uint32_t index) const {
+        return indexOf(index, ConstantTag::Class);
+    }
+    /// The text index of a String entry.
+    std::optional<uint16_t> stringIndexAt(uint32_t index) const {
+        return indexOf(index, ConstantTag::String);
+    }
+    /// The two indices of a field, method or interface method reference.
+    struct RefIndices {
+        uint16_t classIndex;
+        uint16_t nameAndTypeIndex;
+    };
+    std::optional<RefIndices> refAt(uint32_t index) const {
+        const ConstantTag tag = tagAt(index);
+        if (tag != ConstantTag::FieldRef && tag != ConstantTag::MethodRef &&
+            tag != ConstantTag::InterfaceMethodRef)
+            return std::nullopt;
+        return RefIndices{highHalf(index), lowHalf(index)};
+    }
+    /// The two indices of a NameAndType entry.
+    struct NameAndTypeIndices {
+        uint16_t nameIndex;
+        uint16_t descriptorIndex;
+    };
+    std::optional<NameAndTypeIndices> nameAndTypeAt(uint32_t index) const {
+        if (tagAt(index) != ConstantTag::NameAndType)
+            return std::nullopt;
+        return NameAndTypeIndices{highHalf(index), lowHalf(index)};
+    }
+    /// The name index of the class that the reference at refIndex names; when it names no Class
+    /// entry, fails as CPERef::classEntry does. Raises std::invalid_argument when refIndex holds no
+    /// reference (see refAt).
+    uint16_t classNameIndexOfRef(uint32_t refIndex) const {
+        if (const std::optional<RefIndices> ref = refAt(refIndex))
+            if (const std::optional<uint16_t> name = classNameIndexAt(ref->classIndex))
+                return *name;
+        return classNameIndexOfRefEntry(refIndex);
+    }
+    /// The name and type that the reference at refIndex names; when it names no NameAndType
+    /// entry, fails as CPERef::nameAndType does. Raises std::invalid_argument when refIndex holds
+    /// no reference (see refAt).
+    NameAndTypeIndices nameAndTypeOfRef(uint32_t refIndex) const {
+        if (const std::optional<RefIndices> ref = refAt(refIndex))
+            if (const std::optional<NameAndTypeIndices> nat = nameAndTypeAt(ref->nameAndTypeIndex))
+                return *nat;
+        return nameAndTypeOfRefEntry(refIndex);
+    }
+
     /// Counts bytes of pool text that a record keeps a copy of; raises a runtime error naming what
     /// once the copies of this pool's file pass MAX_COPIED_TEXT.
     void countCopiedText(size_t bytes, const char* what) {
@@ -70,8 +154,11 @@ public:
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
+    /// Entry objects made so far, the added ones included.
+    size_t entryObjectCount() const { return mEntries ? mEntries->size() : 0; }
+
     /// Number of slots, slot 0 included.
-    uint32_t size() const { return static_cast<uint32_t>(entries.size()); }
+    uint32_t size() const { return static_cast<uint32_t>(mSlots.size()); }
 
     /// Appends an entry (never reusing an existing one) and returns its index; keeps the owner's
     /// constant_pool_count equal to the new size. Writes one warning line per existing slot.
@@ -103,18 +190,69 @@ public:
 
     /// The class being read; not owned, may be null.
     ClassInfo* owner;
-    /// Entries by pool index; slot 0 and the slot after a long or double are empty.
-    std::vector<ArenaPtr<ConstantPoolEntry>> entries;
     /// The class file's this_class index.
     uint32_t thisClassIndex = 0;
 
 private:
+    /// What the pool keeps of one slot. Slot 0 and the slot after a long or double are empty.
+    struct Slot {
+        ConstantTag tag = NO_TAG;
+        /// Whether payload is the offset in the pool's input of the entry's bytes (the text of a
+        /// Utf8 or Unicode entry, the eight bytes of a long or double). Otherwise those four kinds
+        /// live only as entry objects (added ones, or bytes too far into the input).
+        bool inInput = false;
+        /// Integer and Float: the bits; Class and String: the index; references and NameAndType:
+        /// the first index in the high half, the second in the low half.
+        uint32_t payload = 0;
+    };
+    static_assert(sizeof(Slot) == 8, "a slot takes eight bytes");
+
+    static uint16_t readU2At(const char* at) {
+        const auto* p = reinterpret_cast<const uint8_t*>(at);
+        return static_cast<uint16_t>(p[0] << 8 | p[1]);
+    }
+    static uint32_t readU4At(const char* at) {
+        const auto* p = reinterpret_cast<const uint8_t*>(at);
+        return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
+    }
+    uint16_t highHalf(uint32_t index) const {
+        return static_cast<uint16_t>(mSlots[index].payload >> 16);
+    }
+    uint16_t lowHalf(uint32_t index) const {
+        return static_cast<uint16_t>(mSlots[index].payload);
+    }
+    std::optional<uint16_t> indexOf(uint32_t index, ConstantTag tag) const {
+        if (tagAt(index) != tag)
+            return std::nullopt;
+        return static_cast<uint16_t>(mSlots[index].payload);
+    }
+
+    void readSlot(ByteStream& in, uint32_t index, ConstantTag tag);
+    /// Raises at's errors for an index outside the pool or an empty slot.
+    void checkIndex(uint32_t index, const char* what) const;
+    /// The entry object of a filled slot, made on first request.
+    const ConstantPoolEntry* entryAt(uint32_t index) const;
+    ArenaPtr<ConstantPoolEntry> makeEntry(uint32_t index) const;
+    ArenaPtr<ConstantPoolEntry> makeFromInput(ConstantTag tag, const char* bytes) const;
+    void keepEntry(uint32_t index, const ConstantPoolEntry* entry) const;
+    /// The slot of an entry that add takes over.
+    static Slot slotOf(const ConstantPoolEntry& entry);
+    std::string_view heldTextAt(uint32_t index) const;
     std::string_view textOfOtherEntry(uint32_t index, const char* what,
                                       std::string& scratch) const;
+    /// The slow paths of the two lookups through a reference: its entry object raises the error.
+    const CPERef& refEntry(uint32_t refIndex) const;
+    uint16_t classNameIndexOfRefEntry(uint32_t refIndex) const;
+    NameAndTypeIndices nameAndTypeOfRefEntry(uint32_t refIndex) const;
 
     mutable std::vector<std::shared_ptr<const ByteStream::Input>> mInputs;
+    /// The bytes of the input the pool was read from; text slots hold offsets into it.
+    const char* mText = nullptr;
     mutable Arena mArena;
-    /// The entries that add took over; entries refers to them.
+    std::vector<Slot> mSlots;
+    /// The entry objects made so far, by index; none until the first is asked for.
+    mutable std::unique_ptr<std::unordered_map<uint32_t, const ConstantPoolEntry*>> mEntries;
+    /// The entries that add took over.
     std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
     [[noreturn]] static void failCopiedText(const char* what);
     void growAttributeKinds(uint32_t index) const;

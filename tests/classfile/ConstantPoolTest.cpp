@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <limits>
+#include <stdexcept>
 
 #include "ClassFileTestSupport.h"
 #include "util/RuntimeErrorST.h"
@@ -44,6 +45,94 @@ TEST(ConstantPoolTest, ReadsEveryEntryKindWithItsPayloadAndSlotWidth) {
         EXPECT_EQ(value, pool->get(index)->getValue()) << index;
     }
     EXPECT_EQ(-9000000000LL, static_cast<const CPELong*>(pool->get(4))->value);
+}
+
+TEST(ConstantPoolTest, TypedReadsNeedTheirKindAndMakeNoEntries) {
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("Foo");               // 1
+    b.unicode({'a', 'b', 'c'});  // 2
+    b.integer(-7);               // 3
+    b.longValue(-9000000000LL);  // 4 and 5
+    b.floating(0.5f);            // 6
+    b.doubleValue(-2.5);         // 7 and 8
+    b.classEntry(1);             // 9
+    b.string(2);                 // 10
+    b.nameAndType(1, 2);         // 11
+    b.fieldref(9, 11);           // 12
+    b.methodref(9, 11);          // 13
+    b.interfaceMethodref(9, 11); // 14
+    auto pool = readPool(b);
+
+    for (uint32_t empty : {0u, 5u, 8u, 15u, 70000u})
+        EXPECT_EQ(NO_TAG, pool->tagAt(empty)) << empty;
+    EXPECT_EQ(ConstantTag::InterfaceMethodRef, pool->tagAt(14));
+    EXPECT_EQ("Foo", pool->ownTextAt(1));
+    EXPECT_EQ("abc", pool->ownTextAt(2));
+    EXPECT_EQ(-7, pool->integerAt(3));
+    EXPECT_EQ(-9000000000LL, pool->longAt(4));
+    EXPECT_EQ(0.5f, pool->floatAt(6));
+    EXPECT_EQ(-2.5, pool->doubleAt(7));
+    EXPECT_EQ(1, pool->classNameIndexAt(9));
+    EXPECT_EQ(2, pool->stringIndexAt(10));
+    EXPECT_EQ(1, pool->nameAndTypeAt(11)->nameIndex);
+    EXPECT_EQ(2, pool->nameAndTypeAt(11)->descriptorIndex);
+    for (uint32_t ref : {12u, 13u, 14u}) {
+        EXPECT_EQ(9, pool->refAt(ref)->classIndex);
+        EXPECT_EQ(11, pool->refAt(ref)->nameAndTypeIndex);
+        EXPECT_EQ(1, pool->classNameIndexOfRef(ref));
+        EXPECT_EQ(2, pool->nameAndTypeOfRef(ref).descriptorIndex);
+    }
+    // A slot of another kind, an empty one or one outside the pool gives nothing.
+    EXPECT_FALSE(pool->ownTextAt(9));
+    EXPECT_FALSE(pool->integerAt(6));
+    EXPECT_FALSE(pool->floatAt(3));
+    EXPECT_FALSE(pool->longAt(7));
+    EXPECT_FALSE(pool->doubleAt(4));
+    EXPECT_FALSE(pool->longAt(5));
+    EXPECT_FALSE(pool->classNameIndexAt(10));
+    EXPECT_FALSE(pool->stringIndexAt(9));
+    EXPECT_FALSE(pool->refAt(11));
+    EXPECT_FALSE(pool->nameAndTypeAt(12));
+    EXPECT_FALSE(pool->integerAt(15));
+    EXPECT_THROW(pool->classNameIndexOfRef(11), std::invalid_argument);
+    EXPECT_THROW(pool->nameAndTypeOfRef(15), std::invalid_argument);
+    std::string scratch;
+    EXPECT_EQ("Foo", pool->textAt(1, "a text", scratch));
+    EXPECT_EQ("Foo", pool->valueAt(1, "a text"));
+    EXPECT_EQ(0u, pool->entryObjectCount());
+
+    // An entry is made once; every later request gives the same object.
+    const ConstantPoolEntry* method = pool->get(13);
+    EXPECT_EQ(method, pool->get(13));
+    EXPECT_EQ(method, &pool->at(13, "a method"));
+    EXPECT_EQ(1u, pool->entryObjectCount());
+    EXPECT_EQ("Foo", pool->textAt(9, "a class name", scratch));
+    EXPECT_EQ(scratch.data(), pool->textAt(9, "a class name", scratch).data());
+}
+
+TEST(ConstantPoolTest, AddedEntriesReadLikeReadOnes) {
+    classwriter::ConstantPoolBuilder b;
+    b.utf8("Foo"); // 1
+    auto pool = readPool(b);
+    DiagnosticsCapture err; // add's warnings
+    auto text = std::make_unique<CPEUtf8>("Bar");
+    const ConstantPoolEntry* added = text.get();
+    EXPECT_EQ(2u, pool->add(std::move(text)));
+    EXPECT_EQ(3u, pool->add(std::make_unique<CPEDouble>(1.5)));
+    EXPECT_EQ(5u, pool->add(std::make_unique<CPEClass>(2)));
+    EXPECT_EQ(6u, pool->add(std::make_unique<CPEMethodRef>(5, 1)));
+
+    EXPECT_EQ(added, pool->get(2));
+    std::string scratch;
+    const std::string_view bar = pool->textAt(2, "a text", scratch);
+    EXPECT_EQ("Bar", bar);
+    EXPECT_NE(scratch.data(), bar.data());
+    EXPECT_EQ(1.5, pool->doubleAt(3));
+    EXPECT_EQ(NO_TAG, pool->tagAt(4));
+    EXPECT_EQ(2, pool->classNameIndexAt(5));
+    EXPECT_EQ(2, pool->classNameIndexOfRef(6));
+    EXPECT_EQ("Bar", pool->valueAt(5, "a class"));
+    EXPECT_EQ(4u, pool->entryObjectCount());
 }
 
 // ClassInfo::mayEndProcessInCheckPass walks the pool with skipEntry: one byte off for any kind and
@@ -136,6 +225,16 @@ TEST(ConstantPoolTest, MemberReferencesCheckTheKindsTheyName) {
     EXPECT_EQ("CPERef : pool[1] != CPEClass \nCPERef : pool[2] != CPENameAndType \n"
               "CPERef : pool[99] != CPENameAndType \n",
               err.text());
+
+    // The lookups through a reference fail with the same error and the same diagnostic line.
+    DiagnosticsCapture lookupErr;
+    EXPECT_EQ("Reading TKB error:  pool[1] != CPEClass",
+              errorOf([&] { pool->classNameIndexOfRef(4); }));
+    EXPECT_EQ("Reading TKB error:  pool[2] !=  CPENameAndType",
+              errorOf([&] { pool->nameAndTypeOfRef(5); }));
+    EXPECT_EQ("Reading TKB error:  pool[99] !=  CPENameAndType",
+              errorOf([&] { pool->nameAndTypeOfRef(6); }));
+    EXPECT_EQ(err.text(), lookupErr.text());
 }
 
 TEST(ConstantPoolTest, IndicesFromTheFileAreCheckedAndCyclesStop) {

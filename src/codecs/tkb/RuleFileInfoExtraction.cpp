@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 #include <numeric>
+#include <optional>
 #include <string_view>
 
 #include "classfile/AnnotationAttributes.h"
@@ -416,14 +417,12 @@ const uint8_t* fillAnnotationAt(const ConstantPool& pool, AnnotationImpl& annota
                 valueEnd = value.end();
                 next.moveTo(valueEnd);
             }
-            const classfile::ConstantPoolEntry* constant =
-                present ? pool.get(value.constValueIndex()) : nullptr;
-            const auto* integer = constant && constant->tag() == classfile::ConstantTag::Integer
-                                      ? static_cast<const classfile::CPEInteger*>(constant)
-                                      : nullptr;
+            const uint32_t constantIndex = present ? value.constValueIndex() : 0;
+            const std::optional<int32_t> integer =
+                present ? pool.integerAt(constantIndex) : std::nullopt;
             switch (field) {
             case TYPES: {
-                const int32_t code = integer ? integer->value : 0;
+                const int32_t code = integer.value_or(0);
                 argument.type = code == 'f'   ? kov::VT_FLOAT
                                 : code == 's' ? kov::VT_STR
                                 : code == 'b' ? kov::VT_BOOL
@@ -435,12 +434,9 @@ const uint8_t* fillAnnotationAt(const ConstantPool& pool, AnnotationImpl& annota
                                    ? wideText(pool, value, textScratch, budget, ARGUMENT_TEXTS)
                                    : std::wstring();
                 break;
-            case BVALS: argument.boolValue = integer && integer->value != 0; break;
+            case BVALS: argument.boolValue = integer && *integer != 0; break;
             case DVALS:
-                argument.floatValue =
-                    constant && constant->tag() == classfile::ConstantTag::Double
-                        ? static_cast<const classfile::CPEDouble*>(constant)->value
-                        : 0.0;
+                argument.floatValue = present ? pool.doubleAt(constantIndex).value_or(0.0) : 0.0;
                 break;
             case SVALS:
                 argument.strValue =

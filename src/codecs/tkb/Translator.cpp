@@ -222,12 +222,12 @@ class Translator {
 
     void findBuiltinsClass() {
         for (int32_t i = 0; i < mPoolCount; ++i) {
-            const classfile::ConstantPoolEntry* entry = mPool.get(static_cast<uint32_t>(i));
-            if (!entry || entry->tag() != ConstantTag::Class)
+            const std::optional<uint16_t> nameIndex =
+                mPool.classNameIndexAt(static_cast<uint32_t>(i));
+            if (!nameIndex)
                 continue;
-            const auto& classEntry = static_cast<const classfile::CPEClass&>(*entry);
             std::string scratch;
-            const std::string_view name = text(classEntry.name_index, "a class name", scratch);
+            const std::string_view name = text(*nameIndex, "a class name", scratch);
             if (name.data() != scratch.data())
                 mClassNames[static_cast<uint32_t>(i)] = name;
             if (name.size() >= BUILTINS_CLASS_MIN_LENGTH &&
@@ -248,14 +248,12 @@ class Translator {
             ~CutAfterLastStored() { constants.resize(end); }
         } cut{mProgram.constants, mStoredEnd};
         for (int32_t i = 0; i < mPoolCount; ++i) {
-            const classfile::ConstantPoolEntry* entry = mPool.get(static_cast<uint32_t>(i));
-            if (!entry)
-                continue;
-            switch (entry->tag()) {
+            const auto index = static_cast<uint32_t>(i);
+            switch (mPool.tagAt(index)) {
             case ConstantTag::String: {
-                const auto& string = static_cast<const classfile::CPEString&>(*entry);
                 std::string scratch;
-                const std::string_view value = text(string.string_index, "a string value", scratch);
+                const std::string_view value =
+                    text(*mPool.stringIndexAt(index), "a string value", scratch);
                 mBudget.chargeWide(value.size(), "its string constants");
                 store(i, TKBConstant::STRING,
                       std::make_unique<boost::shared_ptr<std::wstring>>(
@@ -264,32 +262,31 @@ class Translator {
             }
             case ConstantTag::Double:
                 store(i, TKBConstant::DOUBLE,
-                      std::make_unique<double>(
-                          static_cast<const classfile::CPEDouble&>(*entry).value));
+                      std::make_unique<double>(*mPool.doubleAt(index)));
                 break;
             case ConstantTag::Integer:
                 store(i, TKBConstant::INTEGER,
-                      std::make_unique<int32_t>(
-                          static_cast<const classfile::CPEInteger&>(*entry).value));
+                      std::make_unique<int32_t>(*mPool.integerAt(index)));
                 break;
             case ConstantTag::MethodRef:
-                translateMethodRef(i, static_cast<const classfile::CPEMethodRef&>(*entry));
+                translateMethodRef(i, *mPool.refAt(index));
                 break;
             case ConstantTag::FieldRef:
-                translateFieldRef(i, static_cast<const classfile::CPEFieldRef&>(*entry));
+                translateFieldRef(i, *mPool.refAt(index));
                 break;
             default: break;
             }
         }
     }
 
-    void translateMethodRef(int32_t i, const classfile::CPEMethodRef& ref) {
-        const classfile::CPENameAndType& nameAndType = ref.nameAndType();
+    void translateMethodRef(int32_t i, const ConstantPool::RefIndices& ref) {
+        const ConstantPool::NameAndTypeIndices nameAndType =
+            mPool.nameAndTypeOfRef(static_cast<uint32_t>(i));
         std::string nameScratch;
         std::string descriptorScratch;
-        const std::string_view name = text(nameAndType.name_index, "a method name", nameScratch);
+        const std::string_view name = text(nameAndType.nameIndex, "a method name", nameScratch);
         const std::string_view descriptor =
-            text(nameAndType.descriptor_index, "a method descriptor", descriptorScratch);
+            text(nameAndType.descriptorIndex, "a method descriptor", descriptorScratch);
         mKey.assign(name);
         mKey += descriptor;
 
@@ -337,13 +334,13 @@ class Translator {
             failUnsupported("TKB file contains non-recognized builtin method %s.", mKey);
     }
 
-    void translateFieldRef(int32_t i, const classfile::CPEFieldRef& ref) {
-        const classfile::CPEClass& classEntry = ref.classEntry();
-        auto known = mClassNames.find(classEntry.index);
+    void translateFieldRef(int32_t i, const ConstantPool::RefIndices& ref) {
+        const uint16_t classNameIndex = mPool.classNameIndexOfRef(static_cast<uint32_t>(i));
+        auto known = mClassNames.find(ref.classIndex);
         std::string classScratch;
         const std::string_view className =
             known != mClassNames.end() ? known->second
-                                       : text(classEntry.name_index, "a class name", classScratch);
+                                       : text(classNameIndex, "a class name", classScratch);
         if (ref.classIndex == OWN_CLASS_INDEX) {
             mProgram.fieldRefs.push_back(i);
             return;
@@ -352,7 +349,8 @@ class Translator {
         mKey.assign(className, slash == std::string::npos ? 0 : slash + 1);
         std::string fieldScratch;
         const std::string_view field =
-            text(ref.nameAndType().name_index, "a field name", fieldScratch);
+            text(mPool.nameAndTypeOfRef(static_cast<uint32_t>(i)).nameIndex, "a field name",
+                 fieldScratch);
 
         const EnumValueMap& enums = *getEnumValueMap();
         auto type = enums.find(mKey);
