@@ -14,11 +14,17 @@ struct Arena::Block {
 };
 
 Arena::~Arena() {
+    release();
+}
+
+void Arena::release() {
     while (mBlocks) {
         Block* previous = mBlocks->previous;
         ::operator delete(mBlocks);
         mBlocks = previous;
     }
+    mNext = mEnd = nullptr;
+    mFootprint = 0;
 }
 
 void* Arena::allocateInNewBlock(size_t bytes, size_t alignment) {

@@ -36,7 +36,9 @@ public:
         return allocateInNewBlock(bytes, alignment);
     }
 
-    /// Bytes taken from the heap so far.
+    /// Gives every block back to the heap; whatever lived in them is gone. The arena can be used
+    /// again afterwards.
+    void release();
 
 private:
     void* do_allocate(size_t bytes, size_t alignment) override { return take(bytes, alignment); }

@@ -31,6 +31,17 @@ ClassInfo::ClassInfo(ByteStream& in) {
 
 ClassInfo::~ClassInfo() = default;
 
+std::unique_ptr<ConstantPool> ClassInfo::keepPoolOnly(std::unique_ptr<ClassInfo> classFile) {
+    std::unique_ptr<ConstantPool> pool = std::move(classFile->constant_pool);
+    // The model's own members only point into the arena and destroy nothing there.
+    classFile.reset();
+    if (pool) {
+        pool->owner = nullptr;
+        pool->releaseModelObjects();
+    }
+    return pool;
+}
+
 void ClassInfo::readHeader(ByteStream& in) {
     ByteStream::Section section(in, "the class file header");
     magic = in.readU4();
@@ -120,12 +131,8 @@ void ClassInfo::readAttributes(ByteStream& in) {
 
 // Only class entries have a check; one that fails it runs its own, which ends the process.
 void ClassInfo::checkPool() const {
-    const ConstantPool& pool = *constant_pool;
-    for (uint32_t i = 1; i < constant_pool_count; ++i) {
-        const std::optional<uint16_t> nameIndex = pool.classNameIndexAt(i);
-        if (nameIndex && !CPEClass::passesCheck(*nameIndex, pool.size()))
-            pool.get(i)->check();
-    }
+    if (const uint32_t failing = constant_pool->firstClassFailingCheck(constant_pool_count))
+        constant_pool->get(failing)->check();
 }
 
 bool ClassInfo::mayEndProcessInCheckPass(Bytes file) {

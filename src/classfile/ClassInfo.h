@@ -35,6 +35,11 @@ public:
     /// it. Never throws and writes nothing.
     static bool mayEndProcessInCheckPass(Bytes file);
 
+    /// Destroys the class model but its pool, and gives back the memory of the rest (see
+    /// ConstantPool::releaseModelObjects): for a reader that needs only the pool from some point
+    /// on. The pool keeps answering reads.
+    static std::unique_ptr<ConstantPool> keepPoolOnly(std::unique_ptr<ClassInfo> classFile);
+
     /// Text dump of the sections read so far.
     void print(std::ostream& os) const;
 

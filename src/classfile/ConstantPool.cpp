@@ -146,6 +146,7 @@ void ConstantPool::readSlot(ByteStream& in, uint32_t index, ConstantTag tag) {
         offset = in.offset();
         in.skip(length);
         slot.inInput = true;
+        slot.textLength = length;
         break;
     }
     case ConstantTag::Unicode: {
@@ -178,6 +179,7 @@ void ConstantPool::readSlot(ByteStream& in, uint32_t index, ConstantTag tag) {
         // So far into the input the offset does not fit the slot: the entry is made right away.
         slot.inInput = false;
         ArenaPtr<ConstantPoolEntry> entry = makeFromInput(tag, mText + offset);
+        mArenaOnlyEntries = true;
         entry->index = index;
         entry->pool = this;
         keepEntry(index, entry.release());
@@ -217,6 +219,8 @@ std::string ConstantPool::valueAt(uint32_t index, const char* what) const {
 
 std::string_view ConstantPool::textOfOtherEntry(uint32_t index, const char* what,
                                                 std::string& scratch) const {
+    if (const std::optional<std::string_view> text = ownTextAt(index))
+        return *text;
     scratch = valueAt(index, what);
     return scratch;
 }
@@ -277,6 +281,17 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
     return newIndex;
 }
 
+void ConstantPool::releaseModelObjects() {
+    // The slots read from the file come before every added one. Of those, a text, long or double
+    // that is not in the input lives only in the arena.
+    if (mArenaOnlyEntries)
+        return;
+    mEntries.reset();
+    for (const auto& added : mAdded)
+        keepEntry(added->index, added.get());
+    mArena.release();
+}
+
 // Typed reads that need more than the header's inline code
 
 std::optional<float> ConstantPool::floatAt(uint32_t index) const {
@@ -293,12 +308,17 @@ std::optional<int64_t> ConstantPool::longAt(uint32_t index) const {
     return static_cast<int64_t>(readU8At(mText + mSlots[index].payload));
 }
 
-std::optional<double> ConstantPool::doubleAt(uint32_t index) const {
-    if (tagAt(index) != ConstantTag::Double)
-        return std::nullopt;
-    if (!mSlots[index].inInput)
-        return static_cast<const CPEDouble*>(entryAt(index))->value;
-    return fromBits<double>(readU8At(mText + mSlots[index].payload));
+double ConstantPool::heldDoubleAt(uint32_t index) const {
+    return static_cast<const CPEDouble*>(entryAt(index))->value;
+}
+
+uint32_t ConstantPool::firstClassFailingCheck(uint32_t count) const {
+    const uint32_t end = std::min<uint32_t>(count, size());
+    for (uint32_t i = 1; i < end; ++i)
+        if (mSlots[i].tag == ConstantTag::Class &&
+            !CPEClass::passesCheck(mSlots[i].payload, size()))
+            return i;
+    return 0;
 }
 
 std::string_view ConstantPool::heldTextAt(uint32_t index) const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -62,9 +63,13 @@ public:
     /// otherwise valueAt's result, kept in scratch. Fails as valueAt does. (Utf8 and Unicode texts
     /// refer to nothing, so they need no guard against reference cycles; textAt is never part of a
     /// chain of references.)
+    /// Inline for a Utf8 text in the input, what nearly every lookup finds.
     std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
-        if (const std::optional<std::string_view> text = ownTextAt(index))
-            return *text;
+        if (index < mSlots.size()) {
+            const Slot& slot = mSlots[index];
+            if (slot.tag == ConstantTag::Utf8 && slot.inInput)
+                return std::string_view(mText + slot.payload, slot.textLength);
+        }
         return textOfOtherEntry(index, what, scratch);
     }
 
@@ -76,16 +81,20 @@ public:
         return index < mSlots.size() ? mSlots[index].tag : NO_TAG;
     }
     /// The text of a Utf8 or Unicode entry; it lives as long as the pool.
+    /// The hot read of the translation and the extraction: a Utf8 text is found from its slot
+    /// alone.
     std::optional<std::string_view> ownTextAt(uint32_t index) const {
-        const ConstantTag tag = tagAt(index);
-        if (tag != ConstantTag::Utf8 && tag != ConstantTag::Unicode)
+        if (index >= mSlots.size())
             return std::nullopt;
         const Slot slot = mSlots[index];
+        if (slot.tag == ConstantTag::Utf8 && slot.inInput)
+            return std::string_view(mText + slot.payload, slot.textLength);
+        if (slot.tag != ConstantTag::Utf8 && slot.tag != ConstantTag::Unicode)
+            return std::nullopt;
         if (!slot.inInput)
             return heldTextAt(index);
         const char* text = mText + slot.payload;
-        return std::string_view(text, tag == ConstantTag::Utf8 ? readU2At(text - 2)
-                                                                : readU4At(text - 4));
+        return std::string_view(text, readU4At(text - 4));
     }
     std::optional<int32_t> integerAt(uint32_t index) const {
         if (tagAt(index) != ConstantTag::Integer)
@@ -94,7 +103,19 @@ public:
     }
     std::optional<float> floatAt(uint32_t index) const;
     std::optional<int64_t> longAt(uint32_t index) const;
-    std::optional<double> doubleAt(uint32_t index) const;
+    /// Inline for the annotation arguments, which read a double each.
+    std::optional<double> doubleAt(uint32_t index) const {
+        if (index >= mSlots.size() || mSlots[index].tag != ConstantTag::Double)
+            return std::nullopt;
+        if (!mSlots[index].inInput)
+            return heldDoubleAt(index);
+        const uint64_t bits = uint64_t{readU4At(mText + mSlots[index].payload)} << 32 |
+                              readU4At(mText + mSlots[index].payload + 4);
+        double value;
+        static_assert(sizeof value == sizeof bits, "double must be 64-bit IEEE 754");
+        std::memcpy(&value, &bits, sizeof bits);
+        return value;
+    }
     /// The name index of a Class entry.
     std::optional<uint16_t> classNameIndexAt(uint32_t index) const {
         return indexOf(index, ConstantTag::Class);
@@ -154,6 +175,15 @@ public:
     /// The value at index for diagnostic texts: never throws, shows a marker for a bad index.
     std::string displayValue(uint32_t index) const;
 
+    /// Gives the arena's memory back: the members, attributes and entry objects read or made with
+    /// this pool. Only for a pool whose class model is gone (ClassInfo::keepPoolOnly): reads go on
+    /// as before, and entries are made again when asked for. The arena stays when an entry lives
+    /// nowhere else (one whose bytes lie too far into the input for a slot).
+    void releaseModelObjects();
+
+    /// The first index below count of a class entry that fails CPEClass::passesCheck, or 0.
+    uint32_t firstClassFailingCheck(uint32_t count) const;
+
     /// Entry objects made so far, the added ones included.
     size_t entryObjectCount() const { return mEntries ? mEntries->size() : 0; }
 
@@ -201,6 +231,8 @@ private:
         /// Utf8 or Unicode entry, the eight bytes of a long or double). Otherwise those four kinds
         /// live only as entry objects (added ones, or bytes too far into the input).
         bool inInput = false;
+        /// The length of a Utf8 text in the input.
+        uint16_t textLength = 0;
         /// Integer and Float: the bits; Class and String: the index; references and NameAndType:
         /// the first index in the high half, the second in the low half.
         uint32_t payload = 0;
@@ -238,6 +270,7 @@ private:
     /// The slot of an entry that add takes over.
     static Slot slotOf(const ConstantPoolEntry& entry);
     std::string_view heldTextAt(uint32_t index) const;
+    double heldDoubleAt(uint32_t index) const;
     std::string_view textOfOtherEntry(uint32_t index, const char* what,
                                       std::string& scratch) const;
     /// The slow paths of the two lookups through a reference: its entry object raises the error.
@@ -252,6 +285,8 @@ private:
     std::vector<Slot> mSlots;
     /// The entry objects made so far, by index; none until the first is asked for.
     mutable std::unique_ptr<std::unordered_map<uint32_t, const ConstantPoolEntry*>> mEntries;
+    /// Whether an entry read from the file lives only in the arena (see releaseModelObjects).
+    bool mArenaOnlyEntries = false;
     /// The entries that add took over.
     std::vector<std::unique_ptr<ConstantPoolEntry>> mAdded;
     [[noreturn]] static void failCopiedText(const char* what);

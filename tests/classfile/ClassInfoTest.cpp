@@ -157,6 +157,26 @@ TEST(ClassInfoTest, EmptyAndRichClassesPrintTheirGoldenTexts) {
     EXPECT_EQ("operator== not implemented! always return false\n", comparisons.text());
 }
 
+// A decode lets the model go but its pool before the rule file info's entries are built: the
+// pool must read as before, its entries made again from the input and the added one kept.
+TEST(ClassInfoTest, KeepingOnlyThePoolLeavesItsReadsAndEntriesWhole) {
+    const classwriter::ClassWriter rich = richClass();
+    DiagnosticsCapture err;
+    auto info = readClass(rich.bytes());
+    const std::string listing = textOf(*info->constant_pool);
+    const uint32_t size = info->constant_pool->size();
+    ASSERT_GT(info->constant_pool->entryObjectCount(), 1u);
+
+    const std::unique_ptr<ConstantPool> pool = ClassInfo::keepPoolOnly(std::move(info));
+    ASSERT_NE(nullptr, pool);
+    EXPECT_EQ(nullptr, pool->owner);
+    EXPECT_EQ(1u, pool->entryObjectCount()); // the StackMap's name entry, which lives on the heap
+    EXPECT_EQ(size, pool->size());
+    std::string scratch;
+    EXPECT_EQ("StackMap", pool->textAt(size - 1, "the added name", scratch));
+    EXPECT_EQ(listing, textOf(*pool));
+}
+
 // kov check decodes a file in a helper process when the prediction says yes: a miss ends the whole
 // run, a false alarm only costs a process. Entries of every width come before the class entry.
 TEST(CheckPassTest, PredictionMatchesTheReaderOnEitherSideOfThePoolCount) {

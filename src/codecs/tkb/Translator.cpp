@@ -487,11 +487,14 @@ class Translator {
 
 void translate(kovx::TKBProgram& program, std::istream& input, size_t memoryLimit) {
     classfile::ByteStream stream(input);
-    const auto classFile = std::make_unique<ClassInfo>(stream);
+    auto classFile = std::make_unique<ClassInfo>(stream);
     MemoryBudget budget(memoryLimit);
     Translator(program, *classFile, budget).run();
     RuleFileInfoBuilder info(*classFile, budget);
-    program.ruleFileInfo = info.finish(*classFile->constant_pool);
+    // The entries need only the pool: the rest of the class model goes before they are built,
+    // which is when the heap is at its fullest.
+    const std::unique_ptr<ConstantPool> pool = ClassInfo::keepPoolOnly(std::move(classFile));
+    program.ruleFileInfo = info.finish(*pool);
 }
 
 } // namespace tkb
