@@ -282,8 +282,7 @@ uint32_t ConstantPool::add(std::unique_ptr<ConstantPoolEntry> entry) {
 }
 
 void ConstantPool::releaseModelObjects() {
-    // The slots read from the file come before every added one. Of those, a text, long or double
-    // that is not in the input lives only in the arena.
+    // An entry read too far into the input for a slot lives only in the arena.
     if (mArenaOnlyEntries)
         return;
     mEntries.reset();

@@ -62,8 +62,7 @@ public:
     /// valueAt without a copy where none is needed: the own text of a Utf8 or Unicode entry,
     /// otherwise valueAt's result, kept in scratch. Fails as valueAt does. (Utf8 and Unicode texts
     /// refer to nothing, so they need no guard against reference cycles; textAt is never part of a
-    /// chain of references.)
-    /// Inline for a Utf8 text in the input, what nearly every lookup finds.
+    /// chain of references.) Inline for a Utf8 text in the input, what nearly every lookup finds.
     std::string_view textAt(uint32_t index, const char* what, std::string& scratch) const {
         if (index < mSlots.size()) {
             const Slot& slot = mSlots[index];
@@ -80,9 +79,8 @@ public:
     ConstantTag tagAt(uint32_t index) const {
         return index < mSlots.size() ? mSlots[index].tag : NO_TAG;
     }
-    /// The text of a Utf8 or Unicode entry; it lives as long as the pool.
-    /// The hot read of the translation and the extraction: a Utf8 text is found from its slot
-    /// alone.
+    /// The text of a Utf8 or Unicode entry; it lives as long as the pool. A Utf8 text in the input
+    /// is found from its slot alone.
     std::optional<std::string_view> ownTextAt(uint32_t index) const {
         if (index >= mSlots.size())
             return std::nullopt;
